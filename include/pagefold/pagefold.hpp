@@ -1,0 +1,33 @@
+// The public entry point: convert one prototype file and write its pages.
+#pragma once
+
+#include <iosfwd>
+#include <optional>
+#include <string>
+
+#include "pagefold/json.hpp"
+#include "pagefold/modules.hpp"
+
+namespace pagefold {
+
+// Reads the prototype at `input_html`, converts it, finishes every page's
+// layout and writes the page files; answers the result record. Ordinary
+// problems (missing file, no screen, a failed count check) come back as a
+// record with `success` false. Undecodable input, an unwritable output place
+// and failures outside per-page guards are thrown; nothing is written then.
+//
+// `output_json`: absent, a path ending in ".json" (any case) naming a file,
+// or a directory. `res`: "WxH" overriding every page's resolution.
+// `asset_dir`: directory for generated pictures. `modules`: the sibling
+// modules to use, the plug-ins found beside the program by default.
+Value pagefold(const std::string& input_html,
+               const std::optional<std::string>& output_json = std::nullopt,
+               const std::optional<std::string>& res = std::nullopt,
+               const std::optional<std::string>& asset_dir = std::nullopt,
+               bool merge_windows = false, const Modules& modules = Modules::system());
+
+// The command line: `<input.html> [output.json|directory] [--res=WxH]
+// [--merge-windows]`. Writes to `out` and `err`, answers the exit status.
+int run_cli(int argc, const char* const* argv, std::ostream& out, std::ostream& err);
+
+}  // namespace pagefold

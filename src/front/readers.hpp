@@ -1,0 +1,65 @@
+// The small readers from which the whole converter is built: attributes,
+// numbers, positions and colours. Each answers a value or absent; none warns.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <set>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "pagefold/json.hpp"
+#include "pagefold/node.hpp"
+#include "pagefold/style_types.hpp"
+
+namespace pagefold {
+
+using OptStr = std::optional<std::string>;
+
+// The colour names this converter knows; "transparent" maps to absent.
+struct NamedColor {
+  const char* name;
+  std::optional<Color> color;
+};
+extern const std::vector<NamedColor> CSS_COLOR_NAMES;
+
+// The text form of an absent value, which simply fails numeric patterns.
+inline std::string text_form(const OptStr& v) { return v ? *v : std::string("None"); }
+
+std::optional<int64_t> to_dec(const OptStr& color);
+// Raises ValueError for a group of digits and dots that is no number.
+std::optional<int64_t> parse_px(const OptStr& v);
+// Integer or real from "12", "12.5px", "-3"; `dflt` when unusable.
+Value _num(const OptStr& v, const Value& dflt = Value(int64_t{0}));
+std::optional<double> _px_num(const OptStr& v);
+// left/top/width/height that could be read from a style string.
+Value _style_pos(const OptStr& style);
+// First attribute named `name` (any case): its value, absent when written
+// without one; `dflt` when there is no such attribute.
+OptStr _attr(const Attrs& attrs, std::string_view name, const OptStr& dflt = std::nullopt);
+std::set<std::string> _classes(const Attrs& attrs);
+OptStr _glyph_from_attrs(const Attrs& attrs);
+std::optional<Color> _color_int_rgba(std::optional<int64_t> cint,
+                                     std::optional<Color> dflt = std::nullopt);
+std::optional<Color> _css_color(const OptStr& s);
+std::optional<int64_t> _style_len(const OptStr& style, std::string_view key);
+std::optional<int64_t> _style_len_ref(const OptStr& style, std::string_view key, double ref);
+std::optional<int64_t> _color_explicit(const Attrs& attrs, const std::vector<std::string>& names,
+                                       std::optional<int64_t> dflt);
+std::optional<bool> _bool_attr(const Attrs& attrs, std::string_view name);
+
+// Searches the property pattern "(?:^|;)\s*<key>\s*:\s*([^;]+)" in `style`
+// and answers group 1 (untrimmed) of the first occurrence.
+std::optional<std::string> style_prop(const OptStr& style, std::string_view key);
+
+// The flag rule: the text, stripped, is exactly "1" or "true".
+bool flag(const OptStr& v);
+// The image path rule: kept when it contains "/", else "images/" in front.
+std::string image_path(const std::string& v);
+// The attribute's value when non-empty, else absent (the rules' "non-empty").
+OptStr nonempty_attr(const Attrs& attrs, std::string_view name);
+// The first non-empty of several attributes.
+OptStr first_nonempty(const Attrs& attrs, std::initializer_list<std::string_view> names);
+
+}  // namespace pagefold

@@ -1,0 +1,61 @@
+// Regular expressions with the semantics the conversion rules are written in:
+// Unicode \s, \d and \w, backtracking, non-greedy quantifiers, look-ahead, and
+// `$` at the end or before a final line feed. Built on PCRE2 (UTF + UCP, JIT),
+// with `\s`/`\S` widened at compile time to the exact whitespace set.
+//
+// Compile each pattern once: `static const Regex re(R"(...)");`.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace pagefold {
+
+class Match {
+ public:
+  // Group `i` as text; empty when the group did not take part.
+  std::string_view group(size_t i = 0) const;
+  std::string str(size_t i = 0) const { return std::string(group(i)); }
+  bool matched(size_t i) const;  // the group took part in the match
+  size_t start(size_t i = 0) const;  // byte offsets into the subject
+  size_t end(size_t i = 0) const;
+  size_t groups() const { return spans_.size(); }
+
+ private:
+  friend class Regex;
+  std::string_view subject_;
+  std::vector<std::pair<size_t, size_t>> spans_;  // npos when unset
+};
+
+class Regex {
+ public:
+  enum Flags : uint32_t { NONE = 0, DOTALL = 1, IGNORECASE = 2 };
+  explicit Regex(std::string_view pattern, uint32_t flags = NONE);
+  ~Regex();
+  Regex(const Regex&) = delete;
+  Regex& operator=(const Regex&) = delete;
+
+  // Anchored at `pos` ("match").
+  std::optional<Match> match(std::string_view s, size_t pos = 0) const;
+  // First occurrence at or after `pos` ("search").
+  std::optional<Match> search(std::string_view s, size_t pos = 0) const;
+  // Whole string ("fullmatch").
+  std::optional<Match> fullmatch(std::string_view s) const;
+  // Non-overlapping matches left to right ("find all").
+  std::vector<Match> find_all(std::string_view s) const;
+  // Every non-overlapping match replaced by the literal `repl`.
+  std::string sub(std::string_view repl, std::string_view s) const;
+  // Splits at every match, keeping empty pieces.
+  std::vector<std::string> split(std::string_view s) const;
+
+ private:
+  void* code_ = nullptr;  // pcre2_code_8
+};
+
+// Escapes regex metacharacters, for building a pattern from literal text.
+std::string regex_escape(std::string_view s);
+
+}  // namespace pagefold
