@@ -19,7 +19,7 @@ class Match {
   // Group `i` as text; empty when the group did not take part.
   std::string_view group(size_t i = 0) const;
   std::string str(size_t i = 0) const { return std::string(group(i)); }
-  bool matched(size_t i) const;  // the group took part in the match
+  bool matched(size_t i) const;      // the group took part in the match
   size_t start(size_t i = 0) const;  // byte offsets into the subject
   size_t end(size_t i = 0) const;
   size_t groups() const { return spans_.size(); }
@@ -52,6 +52,10 @@ class Regex {
   std::vector<std::string> split(std::string_view s) const;
 
  private:
+  // One attempt at byte `pos` with PCRE2 options `opts`, using match data
+  // `md` (a pcre2_match_data_8 made for this pattern).
+  std::optional<Match> exec(std::string_view s, size_t pos, uint32_t opts, void* md) const;
+
   void* code_ = nullptr;  // pcre2_code_8
 };
 

@@ -55,5 +55,9 @@ const char* category(char32_t c);
 // Non-printable characters (categories C*, Z* other than the plain space)
 // are escaped as \xNN, \uNNNN or \UNNNNNNNN; backslash and quote are escaped.
 std::string quoted(char32_t c);
+// The same display form of a whole text, as messages name a value: 'abc',
+// "it's", 'a\tb'. Apostrophes are used unless the text holds one and no
+// double quote.
+std::string repr(std::string_view s);
 
 }  // namespace pagefold::text
