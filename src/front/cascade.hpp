@@ -39,5 +39,9 @@ void _set_style_attr(Node& node, const std::string& value);
 // Folds the sheet into the whole tree; answers the number of rewritten nodes.
 int64_t _apply_css(Node& root, const std::optional<std::string>& css_text,
                    PseudoTable* pseudo_out = nullptr);
+// The same fold without the subject index, every node tested against every
+// rule: the reference the indexed walk is checked and measured against.
+int64_t _apply_css_simple(Node& root, const std::optional<std::string>& css_text,
+                          PseudoTable* pseudo_out = nullptr);
 
 }  // namespace pagefold
