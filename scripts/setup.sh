@@ -1,0 +1,74 @@
+#!/usr/bin/env bash
+# Prepares a Debian 12 machine for pagefold and builds it into build/.
+#
+# Installs the Debian packages the build needs, but only those that are
+# missing (so a second run touches nothing), then configures and builds.
+#   scripts/setup.sh              install what is missing, build into build/
+#   scripts/setup.sh --deps-only  install what is missing, build nothing
+set -euo pipefail
+
+cd "$(dirname "${BASH_SOURCE[0]}")/.."
+
+# What the library, the command, the plug-ins, the tests and the benchmarks
+# are built from.
+REQUIRED=(
+  build-essential g++ cmake pkg-config
+  libpcre2-dev libutf8proc-dev libspng-dev zlib1g-dev
+  libgtest-dev libgmock-dev libbenchmark-dev
+)
+# Nice to have: formatting of changes.
+OPTIONAL=(clang-format)
+
+deps_only=0
+for arg in "$@"; do
+  case "$arg" in
+    --deps-only) deps_only=1 ;;
+    *) echo "setup.sh: unknown option $arg" >&2; exit 2 ;;
+  esac
+done
+
+installed() {
+  dpkg-query -W -f='${Status}' "$1" 2>/dev/null | grep -q "install ok installed"
+}
+
+missing_of() {
+  local p
+  for p in "$@"; do installed "$p" || echo "$p"; done
+}
+
+as_root() {
+  if [ "$(id -u)" -eq 0 ]; then
+    "$@"
+  elif command -v sudo >/dev/null 2>&1; then
+    sudo "$@"
+  else
+    echo "setup.sh: installing packages needs root (run as root or install sudo)" >&2
+    exit 1
+  fi
+}
+
+mapfile -t missing < <(missing_of "${REQUIRED[@]}")
+missing_optional=()
+# The optional packages are tried only together with required ones, so that a
+# machine with everything required never runs apt-get again.
+if [ "${#missing[@]}" -gt 0 ]; then
+  mapfile -t missing_optional < <(missing_of "${OPTIONAL[@]}")
+fi
+if [ "${#missing[@]}" -gt 0 ]; then
+  export DEBIAN_FRONTEND=noninteractive
+  echo "setup.sh: installing ${missing[*]} ${missing_optional[*]}"
+  as_root apt-get update -q
+  as_root apt-get install -y -q --no-install-recommends "${missing[@]}"
+  if [ "${#missing_optional[@]}" -gt 0 ]; then
+    as_root apt-get install -y -q --no-install-recommends "${missing_optional[@]}" ||
+      echo "setup.sh: optional ${missing_optional[*]} not installed; continuing" >&2
+  fi
+fi
+
+if [ "$deps_only" -eq 1 ]; then
+  exit 0
+fi
+
+cmake -S . -B build -DCMAKE_BUILD_TYPE=RelWithDebInfo
+cmake --build build -j "$(nproc)"
+echo "setup.sh: built into build/ (command: build/pagefold)"

@@ -1,0 +1,205 @@
+// Layout finalisation: text boxes grow until their text fits, as far as the
+// enclosing window allows, and full-screen windows that cover each other are
+// reported. Runs on finished page roots, just before they are written.
+#include <algorithm>
+#include <set>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "pagefold/converter.hpp"
+#include "pagefold/error.hpp"
+#include "util/num.hpp"
+#include "util/regex.hpp"
+#include "util/text.hpp"
+
+namespace pagefold {
+namespace {
+
+using Ctrls = std::vector<std::pair<std::string, Value>>;
+
+// A number as the rules compare it; text and other kinds are refused like an
+// arithmetic on them would be.
+double number(const Value& v) {
+  if (v.is_int() || v.is_real()) return v.as_number();
+  if (v.is_bool()) return v.as_bool() ? 1.0 : 0.0;
+  throw TypeError("unsupported operand type for arithmetic: a value that is not a number");
+}
+
+// `v` when truthy, else `dflt`.
+Value or_else(const Value& v, const Value& dflt) { return v.truthy() ? v : dflt; }
+
+// The text form of a scalar as it appears in a warning.
+std::string text_of(const Value& v) {
+  switch (v.kind()) {
+    case Value::Kind::Null:
+      return "None";
+    case Value::Kind::Bool:
+      return v.as_bool() ? "True" : "False";
+    case Value::Kind::Int:
+      return std::to_string(v.as_int());
+    case Value::Kind::Real:
+      return num::real_text(v.as_real());
+    case Value::Kind::String:
+      return v.as_string();
+    default:
+      return dump(v, 0);
+  }
+}
+
+// A position member that the position record guarantees.
+double required(const Value& pos, const char* key) {
+  if (!pos.is_object() || !pos.contains(key)) throw KeyError(std::string("'") + key + "'");
+  return number(pos.get(key));
+}
+
+// The smallest box that holds `text` at font size `fs`: CJK counts a full
+// em, punctuation a little more than a Latin letter.
+std::pair<int64_t, int64_t> min_size(const std::string& text, double fs, double alignment) {
+  static const Regex narrow(R"([\w\d()\[\]{}])");
+  double units = 0;
+  for (char32_t c : text::to_u32(text)) {
+    if (c > 0x2E7F) {
+      units += 1.0;
+    } else if (narrow.match(text::to_utf8(c))) {
+      units += 0.55;
+    } else {
+      units += 0.6;
+    }
+  }
+  int64_t w = num::trunc(units * fs * 1.1) + 16;
+  if (alignment == 37) w += 8;
+  int64_t h = num::trunc(fs * 1.25);
+  return {w, h};
+}
+
+// The record of the nearest "window__" control around `target`, or null.
+Value find_owner(const Value& d, const std::string& target, const Value& owner) {
+  for (const auto& [k, v] : d.as_object()) {
+    if (!v.is_object()) continue;
+    if (k == target) return owner;
+    if (text::contains(k, "__")) {
+      Value found = find_owner(v, target, text::starts_with(k, "window__") ? v : owner);
+      if (!found.is_null()) return found;
+    }
+  }
+  return Value();
+}
+
+Value parent_w(const Value& data, const std::string& key, const Value& rw) {
+  Value owner = find_owner(data, key, Value());
+  if (!owner.is_null() && owner.get("position").truthy()) {
+    return or_else(owner.get("position").get("width"), rw);
+  }
+  return rw;
+}
+
+void fit_text(const Value& data, const Value& rw, std::vector<std::string>& warnings) {
+  for (const auto& [key, val] : _walk_ctrls(data)) {
+    if (!text::starts_with(key, "textview__") && !text::starts_with(key, "button__")) continue;
+    Value tv = val.get("text");
+    std::string txt = tv.is_null() ? std::string() : text_of(tv);
+    Value fs = or_else(val.get("fontSize"), Value(int64_t{0}));
+    Value pos = or_else(val.get("position"), Value::object());
+    if (txt.empty() || !fs.truthy() || !pos.get("width").truthy() || !pos.get("height").truthy()) {
+      continue;
+    }
+    Value al = val.contains("alignment") ? val.get("alignment") : Value(int64_t{0});
+    const double alignment = al.is_number() ? al.as_number() : -1;
+    auto [mw, mh] = min_size(txt, number(fs), alignment);
+    const Value pw = pos.get("width"), ph = pos.get("height");
+    Value nw = pw, nh = ph;
+    if (number(pw) < mw) nw = mw;
+    if (number(ph) < mh) nh = mh;
+    if (nw == pw && nh == ph) continue;
+    if (number(nw) > number(pw)) {
+      Value cw = parent_w(data, key, rw);
+      Value left = pos.contains("left") ? pos.get("left") : Value(int64_t{0});
+      if (number(left) + number(nw) > number(cw)) {
+        // Growing to the right would leave the container: keep the width and
+        // let the designer decide.
+        Value cap = val.contains("caption") ? val.get("caption") : Value("");
+        warnings.push_back(key + "(" + text_of(cap) + ") 文本“" + text::slice(txt, 0, 10) +
+                           "”字号 " + text_of(fs) + " 需最小宽 " + std::to_string(mw) +
+                           "px，但扩宽会超出容器(" + text_of(cw) + "px)——需手动调位置/字号或拆行");
+        nw = pw;
+      }
+    }
+    pos["width"] = nw;
+    pos["height"] = nh;
+  }
+}
+
+void covering_windows(const Value& data, const Value& res, const Value& rw,
+                      std::vector<std::string>& warnings) {
+  const Value rh = or_else(res.get("height"), Value(int64_t{0}));
+  const double screen_area = number(rw) * number(rh);
+  Ctrls top_wins;
+  for (const auto& [k, v] : _walk_ctrls(data, true)) {
+    if (text::starts_with(k, "window__") && v.get("position").truthy()) top_wins.emplace_back(k, v);
+  }
+  if (screen_area == 0 || top_wins.size() < 2) return;
+
+  Ctrls pages;
+  for (const auto& [k, v] : top_wins) {
+    Value p = v.get("position");
+    double area = number(or_else(p.get("width"), Value(int64_t{0}))) *
+                  number(or_else(p.get("height"), Value(int64_t{0})));
+    if (area >= screen_area * 0.6) pages.emplace_back(k, v);
+  }
+  std::set<std::string> hits;
+  for (size_t i = 0; i < pages.size(); ++i) {
+    for (size_t j = i + 1; j < pages.size(); ++j) {
+      Value a = pages[i].second.get("position"), b = pages[j].second.get("position");
+      const double al = required(a, "left"), aw = required(a, "width");
+      const double at = required(a, "top"), ah = required(a, "height");
+      const double bl = required(b, "left"), bw = required(b, "width");
+      const double bt = required(b, "top"), bh = required(b, "height");
+      const double ix = std::max(0.0, std::min(al + aw, bl + bw) - std::max(al, bl));
+      const double iy = std::max(0.0, std::min(at + ah, bt + bh) - std::max(at, bt));
+      const double small = std::min(aw * ah, bw * bh);
+      if (small != 0 && ix * iy / small > 0.3) {
+        hits.insert(pages[i].first);
+        hits.insert(pages[j].first);
+      }
+    }
+  }
+  if (hits.empty()) return;
+  warnings.push_back(
+      "检测到多个互相盖住的整屏 Window（" +
+      text::join(std::vector<std::string>(hits.begin(), hits.end()), " / ") +
+      "）：按 knowledge/devflow/page-architecture-spec.md 的默认口径，**同一业务域**内的多页就该"
+      "这么放（同一个 qlu 内叠多个整屏 window，首屏 visible:true、其余 visible:false，切换只走 "
+      "showWnd()/hideWnd()：零切换成本、共享控件指针与状态）；**只有跨业务域 / "
+      "需独立生命周期与返回栈 / 超大页面**才拆成独立 qlu（新 Activity + openActivity() "
+      "跳转；pagefold 缺省就是每屏一个 json /\n一个 qlu，这个多整屏 window "
+      "形态要用 --merge-windows 才是）。判据见该文档 §2 决策清单");
+}
+
+}  // namespace
+
+std::vector<std::pair<std::string, Value>>& _walk_ctrls(
+    const Value& d, bool top, std::vector<std::pair<std::string, Value>>& out) {
+  for (const auto& [k, v] : d.as_object()) {
+    if (!v.is_object() || !text::contains(k, "__")) continue;
+    out.emplace_back(k, v);
+    if (!top) _walk_ctrls(v, false, out);
+  }
+  return out;
+}
+
+std::vector<std::pair<std::string, Value>> _walk_ctrls(const Value& d, bool top) {
+  std::vector<std::pair<std::string, Value>> out;
+  _walk_ctrls(d, top, out);
+  return out;
+}
+
+Value _finalize_layout(const Value& data, std::vector<std::string>& warnings) {
+  Value res = or_else(data.get("resolution"), Value::object());
+  Value rw = res.contains("width") ? res.get("width") : Value(int64_t{0});
+  fit_text(data, rw, warnings);
+  covering_windows(data, res, rw, warnings);
+  return data;
+}
+
+}  // namespace pagefold
