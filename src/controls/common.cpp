@@ -1,0 +1,164 @@
+// The small attribute methods every control builder rests on: caption,
+// position, font size, optional text keys, and the background colour of a
+// control and of what lies behind it.
+#include <algorithm>
+#include <string>
+
+#include "controls/tables.hpp"
+#include "front/readers.hpp"
+#include "pagefold/converter.hpp"
+#include "util/num.hpp"
+#include "util/regex.hpp"
+#include "util/text.hpp"
+
+namespace pagefold {
+namespace {
+
+// Sum of two JSON numbers, an integer when both are integers.
+Value add_numbers(const Value& a, const Value& b) {
+  if (a.is_int() && b.is_int()) return Value(a.as_int() + b.as_int());
+  return Value(a.as_number() + b.as_number());
+}
+
+std::string style_of(const Attrs& attrs) { return _attr(attrs, "style").value_or(""); }
+
+// The colour-integer text of a marker or root value (the integers kept there).
+std::optional<int64_t> as_color(const Value& v) {
+  if (v.is_int()) return v.as_int();
+  if (v.is_real()) return num::trunc(v.as_real());
+  return std::nullopt;
+}
+
+const char* const POS_KEYS[] = {"height", "left", "top", "width"};
+const int64_t POS_DEFAULTS[] = {40, 0, 0, 100};
+
+}  // namespace
+
+std::string PageFold::_caption(Ctx& ctx, const std::string& typ, const Attrs& attrs) {
+  const OptStr raw = _attr(attrs, "data-caption");
+  if (!raw || raw->empty()) return ctx.name(typ);
+  static const Regex not_ident(R"([^A-Za-z0-9_])");
+  static const Regex ident_start(R"(^[A-Za-z_])");
+  std::string cap = not_ident.sub("_", *raw);
+  if (ident_start.search(cap)) return cap;
+  return "_" + cap;
+}
+
+Value PageFold::_pos(const Attrs& attrs) const {
+  Value pos = _style_pos(style_of(attrs));
+  // Any usable alias overrides the style; the first usable one wins.
+  for (const auto& [key, suffixes] : POS_ALIAS) {
+    for (const std::string& suffix : suffixes) {
+      const OptStr v = nonempty_attr(attrs, "data-" + suffix);
+      if (!v) continue;
+      if (auto px = parse_px(v)) {
+        pos[key] = Value(*px);
+        break;
+      }
+    }
+  }
+  // Children of containers grown by a shadow move with the growth of every
+  // enclosing container, up to the nearest list view: list items are laid
+  // out by the list itself.
+  if (ctx) {
+    for (auto it = ctx->stack.rbegin(); it != ctx->stack.rend(); ++it) {
+      if (!it->is_object() || it->get("__listview").truthy()) break;
+      const Value pad = it->get("__pad");
+      if (!pad.truthy()) continue;
+      for (const char* k : {"left", "top"}) {
+        const Value cur = pos.contains(k) ? pos.get(k) : Value(int64_t{0});
+        pos[k] = add_numbers(cur, pad);
+      }
+    }
+  }
+  Value out = Value::object();
+  for (int i = 0; i < 4; ++i) {
+    const Value v = pos.get(POS_KEYS[i]);
+    out[POS_KEYS[i]] = pos.contains(POS_KEYS[i]) ? v : Value(POS_DEFAULTS[i]);
+  }
+  return out;
+}
+
+std::optional<int64_t> PageFold::_font_size(const Attrs& attrs) const {
+  for (const std::string& name : FS_ATTRS) {
+    const OptStr v = nonempty_attr(attrs, name);
+    if (!v) continue;
+    if (auto px = parse_px(v)) return px;
+  }
+  static const Regex font_size(R"((?:^|;)\s*font-size\s*:\s*([^;]+))");
+  const std::string style = style_of(attrs);
+  if (auto m = font_size.search(style)) {
+    if (auto px = parse_px(m->str(1))) return px;
+  }
+  return std::nullopt;
+}
+
+void PageFold::_text_extra(const Value& c, const Attrs& attrs) const {
+  const struct {
+    const char* attr;
+    const char* key;
+  } flags[] = {{"data-bold", "bold"}, {"data-italic", "italic"}, {"data-roll", "rollEnable"}};
+  for (const auto& f : flags) {
+    const OptStr v = _attr(attrs, f.attr);
+    if (v) c[f.key] = Value(flag(v));
+  }
+  if (const OptStr dir = _attr(attrs, "data-roll-direction")) {
+    const std::string s = text::strip(*dir);
+    const std::u32string cps = text::to_u32(s);
+    const bool all_digits = !cps.empty() && std::all_of(cps.begin(), cps.end(), [](char32_t ch) {
+      return text::digit_value(ch) >= 0;
+    });
+    const auto n = all_digits ? num::parse_int(s) : std::nullopt;
+    c["rollDirection"] = n ? Value(*n) : Value(s);
+  }
+  if (auto step = parse_px(_attr(attrs, "data-roll-step"))) c["rollStep"] = Value(*step);
+  if (auto iv = parse_px(_attr(attrs, "data-roll-interval"))) c["rollIntervalTime"] = Value(*iv);
+}
+
+std::optional<int64_t> PageFold::_bg_color(const Attrs& attrs) const {
+  if (auto v = to_dec(_attr(attrs, "data-background"))) return v;
+  if (auto v = to_dec(_attr(attrs, "data-bg"))) return v;
+  static const Regex background(R"((?:^|;)\s*background(?:-color)?\s*:\s*([^;]+))");
+  const std::string style = style_of(attrs);
+  // A gradient is no colour: the declaration then answers absent.
+  if (auto m = background.search(style)) return to_dec(text::strip(m->group(1)));
+  return std::nullopt;
+}
+
+int64_t PageFold::_bg_or(const Attrs& attrs, int64_t dflt) const {
+  return _bg_color(attrs).value_or(dflt);
+}
+
+std::optional<int64_t> PageFold::_ancestor_bg(const Ctx& ctx) const {
+  for (auto it = ctx.stack.rbegin(); it != ctx.stack.rend(); ++it) {
+    if (!it->is_object() || it->get("__listview").truthy()) break;
+    const Value bg = it->get("__bg");
+    if (!bg.is_null()) return as_color(bg);
+  }
+  if (!ctx.root.is_object()) return std::nullopt;
+  return as_color(ctx.root.get("backgroundColor"));
+}
+
+void PageFold::_corner_bg(Ctx& ctx, const Value& c, const Attrs&, std::optional<int64_t> given,
+                          const std::string& cap) {
+  if (given) {
+    c["bgColorTab"] = Value::object({{"color0", Value(*given)}});
+    return;
+  }
+  const std::string who = cap.empty() ? std::string("控件") : cap;
+  const std::string token = cap.empty() ? std::string("?") : cap;
+  if (auto anc = _ancestor_bg(ctx)) {
+    c["bgColorTab"] = Value::object({{"color0", Value(*anc)}});
+    ctx.warn(who + "：有图控件未写 data-bg，圆角外底色取最近祖先底色 0x" + num::hex(*anc, 6) +
+                 "（A6：四角由 bgColorTab 决定，不写会露窗口黑底）",
+             "corner:" + token);
+    return;
+  }
+  if (c.is_object()) c.as_object().erase("bgColorTab");
+  ctx.warn(who +
+               "：有图控件既无 data-bg 也无祖先底色 → 圆角外四角按引擎缺省渲染（坐卡片上会发黑）；"
+               "请给该控件补 data-bg=容器色",
+           "corner-nobg:" + token);
+}
+
+}  // namespace pagefold

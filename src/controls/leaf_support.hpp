@@ -1,0 +1,71 @@
+// Small helpers shared by the leaf builders: attribute text with its usual
+// fallbacks, the sizes of a position record, and the integer conversions the
+// builders apply to attribute text and reader results.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "controls/tables.hpp"
+#include "front/readers.hpp"
+#include "pagefold/json.hpp"
+#include "pagefold/node.hpp"
+#include "util/num.hpp"
+#include "util/text.hpp"
+
+namespace pagefold::leafs {
+
+// The attribute's value, or "" when it is absent or written without one.
+inline std::string attr_or_empty(const Attrs& attrs, std::string_view name) {
+  OptStr v = _attr(attrs, name);
+  return v ? *v : std::string();
+}
+
+// The flag rule on the attribute, with `dflt` standing in for an empty or
+// absent value ("" for flag-or-empty, "1" for a flag that defaults to true).
+inline bool flag_or(const Attrs& attrs, std::string_view name, const char* dflt) {
+  OptStr v = _attr(attrs, name);
+  return flag((v && !v->empty()) ? v : OptStr(dflt));
+}
+
+// An integer of a number value: integers as they are, reals truncated.
+inline int64_t int_of(const Value& v) {
+  return v.is_int() ? v.as_int() : num::trunc(v.as_number());
+}
+
+// A position size: the record's value when truthy, else `dflt` ("width or
+// 100"). A grown box may hold a real, which the picture side takes whole.
+inline int64_t size_or(const Value& pos, std::string_view key, int64_t dflt) {
+  Value v = pos.get(key);
+  return v.truthy() && v.is_number() ? int_of(v) : dflt;
+}
+
+// A position size when the key exists, else `dflt`.
+inline Value size_of(const Value& pos, std::string_view key, int64_t dflt) {
+  return pos.contains(key) ? pos.get(key) : Value(dflt);
+}
+
+// The integer of an attribute's text, or of `fallback` when the text is empty
+// or absent. The text is converted without a guard: "24px" raises ValueError.
+inline int64_t int_attr_or(const Attrs& attrs, std::string_view name, const Value& fallback) {
+  OptStr v = _attr(attrs, name);
+  if (v && !v->empty()) return num::to_int(*v);
+  return int_of(fallback);
+}
+
+// The alignment code of `data-align` (lower-cased), or of `dflt_word` when the
+// attribute is empty or absent; an unknown word gives `unknown`.
+inline int64_t alignment(const Attrs& attrs, std::string_view dflt_word, int64_t unknown) {
+  OptStr v = _attr(attrs, "data-align");
+  std::string word = (v && !v->empty()) ? text::lower(*v) : std::string(dflt_word);
+  return align_code(word).value_or(unknown);
+}
+
+// A font size that counts only when truthy, else the builder's default.
+inline int64_t size_or_default(const std::optional<int64_t>& fs, int64_t dflt) {
+  return fs.value_or(0) ? *fs : dflt;
+}
+
+}  // namespace pagefold::leafs
