@@ -148,8 +148,8 @@ Value PageFold::_leaf_textview(Ctx& ctx, const Node& node, Leaf& a) {
   // A rounded solid box becomes a nine-patch picture. The corner colour then
   // comes from the ancestors, not from the box's own colour.
   static const Regex drawn_effects("linear-gradient|radial-gradient|box-shadow");
-  if (attr_or_empty(attrs, "data-bgpic").empty() &&
-      !drawn_effects.search(attr_or_empty(attrs, "style"))) {
+  const std::string style = attr_or_empty(attrs, "style");
+  if (attr_or_empty(attrs, "data-bgpic").empty() && !drawn_effects.search(style)) {
     auto [pic, info] = _radbox_9pic(ctx, node, a.pos, a.cap, "textview");
     if (truthy_name(pic)) {
       o.set("backgroundPic", *pic);

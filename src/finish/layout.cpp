@@ -61,7 +61,7 @@ std::pair<int64_t, int64_t> min_size(const std::string& text, double fs, double 
   for (char32_t c : text::to_u32(text)) {
     if (c > 0x2E7F) {
       units += 1.0;
-    } else if (narrow.match(text::to_utf8(c))) {
+    } else if (const std::string ch = text::to_utf8(c); narrow.match(ch)) {
       units += 0.55;
     } else {
       units += 0.6;

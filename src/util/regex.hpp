@@ -46,6 +46,21 @@ class Regex {
   std::optional<Match> fullmatch(std::string_view s) const;
   // Non-overlapping matches left to right ("find all").
   std::vector<Match> find_all(std::string_view s) const;
+  // A Match holds views into its subject: a temporary subject would leave
+  // them dangling, so these do not compile.
+  std::optional<Match> match(std::string&&, size_t = 0) const = delete;
+  std::optional<Match> search(std::string&&, size_t = 0) const = delete;
+  std::optional<Match> fullmatch(std::string&&) const = delete;
+  std::vector<Match> find_all(std::string&&) const = delete;
+  // Literals live for the whole run.
+  std::optional<Match> match(const char* s, size_t pos = 0) const {
+    return match(std::string_view(s), pos);
+  }
+  std::optional<Match> search(const char* s, size_t pos = 0) const {
+    return search(std::string_view(s), pos);
+  }
+  std::optional<Match> fullmatch(const char* s) const { return fullmatch(std::string_view(s)); }
+  std::vector<Match> find_all(const char* s) const { return find_all(std::string_view(s)); }
   // Every non-overlapping match replaced by the literal `repl`.
   std::string sub(std::string_view repl, std::string_view s) const;
   // Splits at every match, keeping empty pieces.
