@@ -90,6 +90,9 @@ struct Modules {
   // The plug-ins found beside the running executable or the installed library,
   // loaded once per process.
   static const Modules& system();
+  // The plug-ins found in `dirs`, looked for in order (the first directory
+  // holding a loadable library of the module's name wins).
+  static Modules load_from(const std::vector<std::string>& dirs);
 };
 
 // Entry points a plug-in library exports (C linkage, so they can be looked up

@@ -59,9 +59,8 @@ std::shared_ptr<T> load(const std::vector<fs::path>& dirs, const char* file, con
   }
 }
 
-Modules load_system() {
+Modules load_dirs(const std::vector<fs::path>& dirs) {
   Modules m;
-  std::vector<fs::path> dirs = plugin_dirs();
   m.ui_emit = load<UiEmit, UiEmitFactory>(dirs, UI_EMIT_LIBRARY, UI_EMIT_FACTORY);
   m.gen_res = load<GenRes, GenResFactory>(dirs, GEN_RES_LIBRARY, GEN_RES_FACTORY);
   return m;
@@ -70,8 +69,12 @@ Modules load_system() {
 }  // namespace
 
 const Modules& Modules::system() {
-  static const Modules modules = load_system();
+  static const Modules modules = load_dirs(plugin_dirs());
   return modules;
+}
+
+Modules Modules::load_from(const std::vector<std::string>& dirs) {
+  return load_dirs(std::vector<fs::path>(dirs.begin(), dirs.end()));
 }
 
 }  // namespace pagefold
