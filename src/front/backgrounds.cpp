@@ -61,6 +61,19 @@ void fill_positions(std::vector<Stop>& stops) {
   for (size_t i = 0; i < stops.size(); ++i) stops[i].pos = static_cast<double>(i) / last;
 }
 
+// The frame both gradient readers share: the direction, then each stop item
+// handed to `read_stop`, then positions spread when no stop gave one (one
+// given position leaves every other stop without one).
+template <typename ReadStop>
+Gradient gradient_of(const std::optional<std::string>& expr0, ReadStop read_stop) {
+  Gradient g;
+  std::string expr = text::strip(expr0.value_or(""));
+  g.horizontal = read_direction(expr);
+  for (const auto& part : stop_items(expr)) read_stop(part, g.stops);
+  fill_positions(g.stops);
+  return g;
+}
+
 std::string hex2(int64_t v) { return num::hex(v, 2, true); }
 
 std::string rgb_hex(const Color& c) { return hex2(c.r()) + hex2(c.g()) + hex2(c.b()); }
@@ -75,30 +88,21 @@ double pos_diff(const std::optional<double>& a, const std::optional<double>& b) 
 
 }  // namespace
 
-Gradient _parse_gradient(const std::optional<std::string>& expr0) {
+Gradient _parse_gradient(const std::optional<std::string>& expr) {
   static const Regex positioned(R"(^(.*?)\s*(\d+(?:\.\d+)?)%\s*$)");
-  Gradient g;
-  std::string expr = text::strip(expr0.value_or(""));
-  g.horizontal = read_direction(expr);
-  for (const auto& part : stop_items(expr)) {
+  return gradient_of(expr, [](const std::string& part, std::vector<Stop>& stops) {
     if (auto m = positioned.match(part)) {
       if (auto c = _css_color(text::strip(m->group(1))))
-        g.stops.push_back(Stop{num::to_real(m->group(2)) / 100.0, *c});
+        stops.push_back(Stop{num::to_real(m->group(2)) / 100.0, *c});
     } else if (auto c = _css_color(part)) {
-      g.stops.push_back(Stop{std::nullopt, *c});
+      stops.push_back(Stop{std::nullopt, *c});
     }
-  }
-  // One given position leaves every other stop without one.
-  fill_positions(g.stops);
-  return g;
+  });
 }
 
-Gradient _parse_gradient_dual(const std::optional<std::string>& expr0) {
+Gradient _parse_gradient_dual(const std::optional<std::string>& expr) {
   static const Regex number(R"(^(-?\d+(?:\.\d+)?)\s*(%?)$)");
-  Gradient g;
-  std::string expr = text::strip(expr0.value_or(""));
-  g.horizontal = read_direction(expr);
-  for (const auto& part : stop_items(expr)) {
+  return gradient_of(expr, [](const std::string& part, std::vector<Stop>& stops) {
     std::optional<Color> col;
     std::vector<double> nums;
     for (const auto& tok : text::split_ws(part)) {
@@ -114,18 +118,10 @@ Gradient _parse_gradient_dual(const std::optional<std::string>& expr0) {
         nums.push_back(m->group(2) == "%" ? v / 100.0 : v);
       }
     }
-    if (!col) continue;
-    if (nums.size() >= 2) {
-      g.stops.push_back(Stop{nums[0], *col});
-      g.stops.push_back(Stop{nums[1], *col});
-    } else if (nums.size() == 1) {
-      g.stops.push_back(Stop{nums[0], *col});
-    } else {
-      g.stops.push_back(Stop{std::nullopt, *col});
-    }
-  }
-  fill_positions(g.stops);
-  return g;
+    if (!col) return;
+    if (nums.empty()) stops.push_back(Stop{std::nullopt, *col});
+    for (size_t i = 0; i < nums.size() && i < 2; ++i) stops.push_back(Stop{nums[i], *col});
+  });
 }
 
 std::string _seg_style(const std::vector<Stop>& stops, bool renorm) {

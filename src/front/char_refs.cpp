@@ -67,10 +67,6 @@ int hex_value(char c) {
   return -1;
 }
 
-bool is_ascii_alnum(char c) {
-  return is_digit(c) || (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
-}
-
 // Characters that end a reference name.
 bool ends_name(char c) {
   return c == '\t' || c == '\n' || c == '\f' || c == ' ' || c == '<' || c == '&' || c == '#' ||
@@ -90,24 +86,21 @@ size_t parse_number(std::string_view s, size_t pos, int base, uint32_t& value) {
 }
 
 // Expands the name `ref` (without "&", with its ";" when it has one).
-std::string named_ref(std::string_view ref, bool in_attribute) {
+std::string named_ref(std::string_view ref) {
   if (const CharRef* hit = find_ref(ref)) return std::string(hit->value);
   // Only legacy names match without a semicolon, so only prefixes up to the
   // longest legacy name need looking at. Table names are ASCII, so a byte
   // prefix that cuts a multi-byte character can never match.
   for (size_t len = std::min(ref.size() - 1, CHAR_REF_MAX_LEGACY_NAME); len >= 2; --len) {
-    if (const CharRef* hit = find_ref(ref.substr(0, len))) {
-      const char next = ref[len];
-      if (in_attribute && (next == '=' || is_ascii_alnum(next))) break;
+    if (const CharRef* hit = find_ref(ref.substr(0, len)))
       return std::string(hit->value) + std::string(ref.substr(len));
-    }
   }
   return "&" + std::string(ref);
 }
 
 }  // namespace
 
-std::string unescape(std::string_view s, bool in_attribute) {
+std::string unescape(std::string_view s) {
   size_t amp = s.find('&');
   if (amp == std::string_view::npos) return std::string(s);
   std::string out;
@@ -148,7 +141,7 @@ std::string unescape(std::string_view s, bool in_attribute) {
       continue;
     }
     if (end < s.size() && s[end] == ';') ++end;
-    out += named_ref(s.substr(p, end - p), in_attribute);
+    out += named_ref(s.substr(p, end - p));
     done = end;
   }
   out.append(s, done);

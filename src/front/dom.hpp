@@ -27,10 +27,9 @@ class TokenSink {
 // character references expanded (outside script/style raw text).
 void tokenize(std::string_view html, TokenSink& sink);
 
-// Expands character references in `s` (named, decimal, hexadecimal).
-// `in_attribute` applies the attribute-value rule for legacy names without
-// a semicolon followed by "=" or an alphanumeric.
-std::string unescape(std::string_view s, bool in_attribute = false);
+// Expands character references in `s` (named, decimal, hexadecimal), in text
+// and in attribute values alike.
+std::string unescape(std::string_view s);
 
 class DomParser : public TokenSink {
  public:

@@ -8,6 +8,7 @@
 #include <limits>
 
 #include "pagefold/error.hpp"
+#include "util/text.hpp"
 
 namespace pagefold {
 
@@ -555,24 +556,6 @@ class Reader {
     return v;
   }
 
-  static void put_utf8(std::string& out, char32_t c) {
-    if (c < 0x80) {
-      out.push_back(static_cast<char>(c));
-    } else if (c < 0x800) {
-      out.push_back(static_cast<char>(0xC0 | (c >> 6)));
-      out.push_back(static_cast<char>(0x80 | (c & 0x3F)));
-    } else if (c < 0x10000) {
-      out.push_back(static_cast<char>(0xE0 | (c >> 12)));
-      out.push_back(static_cast<char>(0x80 | ((c >> 6) & 0x3F)));
-      out.push_back(static_cast<char>(0x80 | (c & 0x3F)));
-    } else {
-      out.push_back(static_cast<char>(0xF0 | (c >> 18)));
-      out.push_back(static_cast<char>(0x80 | ((c >> 12) & 0x3F)));
-      out.push_back(static_cast<char>(0x80 | ((c >> 6) & 0x3F)));
-      out.push_back(static_cast<char>(0x80 | (c & 0x3F)));
-    }
-  }
-
   std::string string() {
     const size_t start = i_;
     ++i_;  // opening quote
@@ -631,7 +614,7 @@ class Reader {
           } else if (cp >= 0xDC00 && cp <= 0xDFFF) {
             fail_at("Lone surrogate", esc);
           }
-          put_utf8(out, cp);
+          text::append_utf8(out, cp);
           break;
         }
         default:

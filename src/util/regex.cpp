@@ -245,29 +245,4 @@ std::vector<std::string> Regex::split(std::string_view s) const {
   return out;
 }
 
-std::string regex_escape(std::string_view s) {
-  // Every ASCII character other than letters, digits and '_' is escaped, which
-  // is always safe in PCRE2; other characters are literal.
-  std::string out;
-  out.reserve(s.size() * 2);
-  for (char c : s) {
-    const unsigned char u = static_cast<unsigned char>(c);
-    const bool word = (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') ||
-                      c == '_' || u >= 0x80;
-    if (!word) {
-      if (c == '\n') {
-        out += "\\n";
-        continue;
-      }
-      if (c == '\0') {
-        out += "\\x00";
-        continue;
-      }
-      out.push_back('\\');
-    }
-    out.push_back(c);
-  }
-  return out;
-}
-
 }  // namespace pagefold

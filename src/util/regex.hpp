@@ -74,7 +74,4 @@ class Regex {
   void* code_ = nullptr;  // pcre2_code_8
 };
 
-// Escapes regex metacharacters, for building a pattern from literal text.
-std::string regex_escape(std::string_view s);
-
 }  // namespace pagefold

@@ -13,6 +13,8 @@ namespace pagefold::text {
 std::u32string to_u32(std::string_view s);
 std::string to_utf8(std::u32string_view s);
 std::string to_utf8(char32_t c);
+// Appends the UTF-8 encoding of `c` to `out`.
+void append_utf8(std::string& out, char32_t c);
 // True when `s` is well-formed UTF-8 (no surrogates, no overlongs).
 bool valid_utf8(std::string_view s);
 
