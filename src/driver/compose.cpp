@@ -5,6 +5,7 @@
 #include <tuple>
 #include <vector>
 
+#include "driver/ctx_scope.hpp"
 #include "front/readers.hpp"
 #include "pagefold/converter.hpp"
 #include "pagefold/error.hpp"
@@ -17,13 +18,7 @@ std::tuple<Value, std::vector<std::string>, std::vector<std::string>> PageFold::
   const Node& first = *screens.front();
   auto [W, H] = _screen_size(first);
   Ctx ctx(&modules());
-  Ctx* saved = this->ctx;
-  this->ctx = &ctx;
-  struct Restore {
-    PageFold& pf;
-    Ctx* saved;
-    ~Restore() { pf.ctx = saved; }
-  } restore{*this, saved};
+  CtxScope scope(*this, &ctx);
 
   _open_screen(ctx, first);
   // Reserve the window keys first so that they number 1..N.

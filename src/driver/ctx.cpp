@@ -6,83 +6,11 @@
 
 #include "controls/tables.hpp"
 #include "pagefold/error.hpp"
-#include "util/num.hpp"
 #include "util/text.hpp"
+#include "util/value_text.hpp"
 
 namespace pagefold {
 namespace {
-
-// Quoted form of a text inside a list or map, as a script language prints
-// it: single quotes unless the text holds one and no double quote.
-std::string quoted_text(const std::string& s) {
-  const bool has_single = s.find('\'') != std::string::npos;
-  const bool has_double = s.find('"') != std::string::npos;
-  const char q = (has_single && !has_double) ? '"' : '\'';
-  std::string out(1, q);
-  for (char32_t c : text::to_u32(s)) {
-    if (c == U'\\') {
-      out += "\\\\";
-    } else if (c == static_cast<char32_t>(q)) {
-      out += '\\';
-      out += q;
-    } else if (c == U'\n') {
-      out += "\\n";
-    } else if (c == U'\r') {
-      out += "\\r";
-    } else if (c == U'\t') {
-      out += "\\t";
-    } else if (c != U' ' && (text::category(c)[0] == 'C' || text::category(c)[0] == 'Z')) {
-      // Non-printable: the escaped display form without its quotes.
-      std::string q1 = text::quoted(c);
-      out += q1.substr(1, q1.size() - 2);
-    } else {
-      out += text::to_utf8(c);
-    }
-  }
-  out += q;
-  return out;
-}
-
-std::string repr(const Value& v);
-
-// The text form of a value: texts as they are, everything else as printed.
-std::string str(const Value& v) { return v.is_string() ? v.as_string() : repr(v); }
-
-std::string repr(const Value& v) {
-  switch (v.kind()) {
-    case Value::Kind::Null:
-      return "None";
-    case Value::Kind::Bool:
-      return v.as_bool() ? "True" : "False";
-    case Value::Kind::Int:
-      return std::to_string(v.as_int());
-    case Value::Kind::Real:
-      return num::real_text(v.as_real());
-    case Value::Kind::String:
-      return quoted_text(v.as_string());
-    case Value::Kind::Array: {
-      std::string out = "[";
-      bool first = true;
-      for (const Value& e : v.as_array()) {
-        if (!first) out += ", ";
-        first = false;
-        out += repr(e);
-      }
-      return out + "]";
-    }
-    case Value::Kind::Object: {
-      std::string out = "{";
-      bool first = true;
-      for (const auto& [k, e] : v.as_object()) {
-        if (!first) out += ", ";
-        first = false;
-        out += quoted_text(k) + ": " + repr(e);
-      }
-      return out + "}";
-    }
-  }
-  return "";
-}
 
 const char* const EMIT_MISSING = "必填键补全未走共享发射层（ui_emit 不可用：%s）→ 本页可能缺必填键";
 
@@ -152,7 +80,7 @@ std::string Ctx::add(const std::string& typ, Value ctrl) {
     auto [filled, missing] = modules_->ui_emit->fill_required(typ, ctrl);
     ctrl = filled;
     if (missing.truthy()) {
-      warn("字段补全：" + typ + " 的必填键 " + str(missing) +
+      warn("字段补全：" + typ + " 的必填键 " + value_str(missing) +
                " 在发射层默认表里没有取值 → 未补（需在 ui_tools/ui_emit 登记）",
            "emit_unfilled");
     }

@@ -21,8 +21,8 @@
 
 #include "pagefold/converter.hpp"
 #include "pagefold/error.hpp"
-#include "util/num.hpp"
 #include "util/text.hpp"
+#include "util/value_text.hpp"
 
 namespace pagefold {
 namespace {
@@ -222,23 +222,6 @@ void write_all(std::vector<PendingFile>& files) {
 
 // ---- the result record
 
-std::string scalar_text(const Value& v) {
-  switch (v.kind()) {
-    case Value::Kind::Null:
-      return "None";
-    case Value::Kind::Bool:
-      return v.as_bool() ? "True" : "False";
-    case Value::Kind::Int:
-      return std::to_string(v.as_int());
-    case Value::Kind::Real:
-      return num::real_text(v.as_real());
-    case Value::Kind::String:
-      return v.as_string();
-    default:
-      return dump(v, 0);
-  }
-}
-
 Value strings(const std::vector<std::string>& v) {
   Value out = Value::array();
   for (const std::string& s : v) out.as_array().push_back(s);
@@ -393,7 +376,7 @@ Value convert_file(const std::string& input_html, const std::optional<std::strin
       {"pagesProduced", meta.get("pagesProduced")},
       {"mode", meta.get("mode")},
       {"pages", page_list},
-      {"resolution", scalar_text(resv.get("width")) + "x" + scalar_text(resv.get("height"))},
+      {"resolution", value_str(resv.get("width")) + "x" + value_str(resv.get("height"))},
       {"controls", controls},
       {"controlsTopLevel", top},
       {"controlsNested", std::max<int64_t>(0, controls - top)},
@@ -449,7 +432,7 @@ int cli(const std::vector<std::string>& argv, std::ostream& out) {
   const std::string dst = args.size() >= 2 ? args[1] : with_extension(src, ".json");
   Value r = pagefold(src, dst, res, std::nullopt, merge, Modules::system());
   if (!r.get("success").truthy()) {
-    out << "[X] " << scalar_text(r.get("error")) << "\n";
+    out << "[X] " << value_str(r.get("error")) << "\n";
     out.flush();
     return 1;
   }

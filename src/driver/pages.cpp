@@ -4,6 +4,7 @@
 #include <utility>
 #include <vector>
 
+#include "driver/ctx_scope.hpp"
 #include "front/readers.hpp"
 #include "pagefold/converter.hpp"
 #include "util/regex.hpp"
@@ -35,20 +36,6 @@ void find_screens(const Node& top, std::vector<const Node*>& screens,
     }
   }
 }
-
-// Restores the converter's current context when a page conversion ends, so
-// that it never points at a context that has gone.
-class CtxScope {
- public:
-  CtxScope(PageFold& pf, Ctx* ctx) : pf_(pf), saved_(pf.ctx) { pf.ctx = ctx; }
-  ~CtxScope() { pf_.ctx = saved_; }
-  CtxScope(const CtxScope&) = delete;
-  CtxScope& operator=(const CtxScope&) = delete;
-
- private:
-  PageFold& pf_;
-  Ctx* saved_;
-};
 
 }  // namespace
 

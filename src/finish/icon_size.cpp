@@ -17,6 +17,7 @@
 #include "pagefold/converter.hpp"
 #include "pagefold/error.hpp"
 #include "util/text.hpp"
+#include "util/value_text.hpp"
 
 namespace pagefold {
 namespace {
@@ -173,9 +174,7 @@ void PageFold::_fix_slidewindow_icon_size(const Value& root, bool recursive) {
       if (auto size = img_size(asset_dir, pic0)) sizes.push_back(*size);
     }
 
-    Value cap = sw.contains("caption") ? sw.get("caption") : Value(key);
-    const std::string caption =
-        cap.is_string() ? cap.as_string() : (cap.is_null() ? "None" : dump(cap, 0));
+    const std::string caption = value_str(sw.contains("caption") ? sw.get("caption") : Value(key));
     if (sizes.empty()) {
       note("slidewindow " + caption +
            ": iconSize 未指定且读不到图片实际尺寸（items 无图或文件缺失），默认 128 "

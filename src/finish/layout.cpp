@@ -12,6 +12,7 @@
 #include "util/num.hpp"
 #include "util/regex.hpp"
 #include "util/text.hpp"
+#include "util/value_text.hpp"
 
 namespace pagefold {
 namespace {
@@ -28,24 +29,6 @@ double number(const Value& v) {
 
 // `v` when truthy, else `dflt`.
 Value or_else(const Value& v, const Value& dflt) { return v.truthy() ? v : dflt; }
-
-// The text form of a scalar as it appears in a warning.
-std::string text_of(const Value& v) {
-  switch (v.kind()) {
-    case Value::Kind::Null:
-      return "None";
-    case Value::Kind::Bool:
-      return v.as_bool() ? "True" : "False";
-    case Value::Kind::Int:
-      return std::to_string(v.as_int());
-    case Value::Kind::Real:
-      return num::real_text(v.as_real());
-    case Value::Kind::String:
-      return v.as_string();
-    default:
-      return dump(v, 0);
-  }
-}
 
 // A position member that the position record guarantees.
 double required(const Value& pos, const char* key) {
@@ -97,8 +80,7 @@ Value parent_w(const Value& data, const std::string& key, const Value& rw) {
 void fit_text(const Value& data, const Value& rw, std::vector<std::string>& warnings) {
   for (const auto& [key, val] : _walk_ctrls(data)) {
     if (!text::starts_with(key, "textview__") && !text::starts_with(key, "button__")) continue;
-    Value tv = val.get("text");
-    std::string txt = tv.is_null() ? std::string() : text_of(tv);
+    std::string txt = val.contains("text") ? value_str(val.get("text")) : std::string();
     Value fs = or_else(val.get("fontSize"), Value(int64_t{0}));
     Value pos = or_else(val.get("position"), Value::object());
     if (txt.empty() || !fs.truthy() || !pos.get("width").truthy() || !pos.get("height").truthy()) {
@@ -119,9 +101,10 @@ void fit_text(const Value& data, const Value& rw, std::vector<std::string>& warn
         // Growing to the right would leave the container: keep the width and
         // let the designer decide.
         Value cap = val.contains("caption") ? val.get("caption") : Value("");
-        warnings.push_back(key + "(" + text_of(cap) + ") 文本“" + text::slice(txt, 0, 10) +
-                           "”字号 " + text_of(fs) + " 需最小宽 " + std::to_string(mw) +
-                           "px，但扩宽会超出容器(" + text_of(cw) + "px)——需手动调位置/字号或拆行");
+        warnings.push_back(key + "(" + value_str(cap) + ") 文本“" + text::slice(txt, 0, 10) +
+                           "”字号 " + value_str(fs) + " 需最小宽 " + std::to_string(mw) +
+                           "px，但扩宽会超出容器(" + value_str(cw) +
+                           "px)——需手动调位置/字号或拆行");
         nw = pw;
       }
     }
