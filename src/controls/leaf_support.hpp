@@ -4,6 +4,7 @@
 #pragma once
 
 #include <cstdint>
+#include <initializer_list>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -17,6 +18,10 @@
 
 namespace pagefold::leafs {
 
+// The text colour of text, icon and list-item records unless data-color
+// says otherwise.
+constexpr int64_t TEXT_COLOR = 15659766;  // 0xEEF2F6
+
 // The attribute's value, or "" when it is absent or written without one.
 inline std::string attr_or_empty(const Attrs& attrs, std::string_view name) {
   OptStr v = _attr(attrs, name);
@@ -29,6 +34,10 @@ inline bool flag_or(const Attrs& attrs, std::string_view name, const char* dflt)
   OptStr v = _attr(attrs, name);
   return flag((v && !v->empty()) ? v : OptStr(dflt));
 }
+
+// `_num` of a value with no default: null when absent or unreadable, so that
+// the caller keeps its own default and a written 0 still counts.
+inline Value num_or_null(const OptStr& v) { return _num(v, Value()); }
 
 // An integer of a number value: integers as they are, reals truncated.
 inline int64_t int_of(const Value& v) {
@@ -61,6 +70,15 @@ inline int64_t alignment(const Attrs& attrs, std::string_view dflt_word, int64_t
   OptStr v = _attr(attrs, "data-align");
   std::string word = (v && !v->empty()) ? text::lower(*v) : std::string(dflt_word);
   return align_code(word).value_or(unknown);
+}
+
+// A record that opens, as most value and media records do, with its
+// background colour and then its caption; `rest` follows in its order.
+inline Value headed(int64_t bg, const std::string& cap,
+                    std::initializer_list<std::pair<std::string_view, Value>> rest) {
+  Value c = Value::object({{"backgroundColor", bg}, {"caption", cap}});
+  for (const auto& [key, v] : rest) c.as_object().set(key, v);
+  return c;
 }
 
 // A font size that counts only when truthy, else the builder's default.

@@ -16,11 +16,6 @@ using namespace leafs;
 
 namespace {
 
-constexpr int64_t TEXT_COLOR = 15659766;  // 0xEEF2F6
-
-// `_num` of a value with no default: null when unreadable.
-Value num_or_null(const OptStr& v) { return _num(v, Value()); }
-
 // The emoji an icon's text stands for: the text must hold at least one emoji
 // and nothing that survives cleaning. A line feed is no blank here.
 std::optional<std::string> emoji_of(const std::string& raw) {
@@ -75,17 +70,16 @@ Value PageFold::_leaf_slidetext(Ctx& ctx, const Node& node, Leaf& a) {
 
 Value PageFold::_leaf_cameraview(Ctx& ctx, const Node& node, Leaf& a) {
   const Attrs& attrs = node.attrs;
-  Value c = Value::object({
-      {"backgroundColor", 0},
-      {"caption", a.cap},
-      {"cvbs", false},
-      {"formatSize", Value::object({{"width", 640}, {"height", 480}})},
-      {"id", ctx.nid("cameraview")},
-      {"mirror", 0},
-      {"position", a.pos},
-      {"touchable", false},
-      {"visible", true},
-  });
+  Value c = headed(0, a.cap,
+                   {
+                       {"cvbs", false},
+                       {"formatSize", Value::object({{"width", 640}, {"height", 480}})},
+                       {"id", ctx.nid("cameraview")},
+                       {"mirror", 0},
+                       {"position", a.pos},
+                       {"touchable", false},
+                       {"visible", true},
+                   });
   Object& o = c.as_object();
 
   o.set("autoPreview", flag_or(attrs, "data-auto-preview", "1"));
@@ -100,27 +94,25 @@ Value PageFold::_leaf_cameraview(Ctx& ctx, const Node& node, Leaf& a) {
 }
 
 Value PageFold::_leaf_painter(Ctx& ctx, const Node&, Leaf& a) {
-  return Value::object({
-      {"backgroundColor", -1},
-      {"caption", a.cap},
-      {"id", ctx.nid("painter")},
-      {"position", a.pos},
-      {"touchable", false},
-      {"visible", true},
-  });
+  return headed(-1, a.cap,
+                {
+                    {"id", ctx.nid("painter")},
+                    {"position", a.pos},
+                    {"touchable", false},
+                    {"visible", true},
+                });
 }
 
 Value PageFold::_leaf_qrcode(Ctx& ctx, const Node& node, Leaf& a) {
   const Attrs& attrs = node.attrs;
-  Value c = Value::object({
-      {"backgroundColor", 16777215},
-      {"caption", a.cap},
-      {"id", ctx.nid("qrcode")},
-      {"padding", 10},
-      {"touchable", true},
-      {"visible", true},
-      {"position", a.pos},
-  });
+  Value c = headed(16777215, a.cap,
+                   {
+                       {"id", ctx.nid("qrcode")},
+                       {"padding", 10},
+                       {"touchable", true},
+                       {"visible", true},
+                       {"position", a.pos},
+                   });
   Object& o = c.as_object();
 
   if (OptStr code = nonempty_attr(attrs, "data-code")) o.set("codeStr", *code);
@@ -130,17 +122,16 @@ Value PageFold::_leaf_qrcode(Ctx& ctx, const Node& node, Leaf& a) {
 
 Value PageFold::_leaf_videoview(Ctx& ctx, const Node& node, Leaf& a) {
   const Attrs& attrs = node.attrs;
-  Value c = Value::object({
-      {"backgroundColor", 0},
-      {"caption", a.cap},
-      {"defaultVolume", 5},
-      {"id", ctx.nid("videoview")},
-      {"loopPlayback", false},
-      {"rotation", 0},
-      {"position", a.pos},
-      {"touchable", true},
-      {"visible", true},
-  });
+  Value c = headed(0, a.cap,
+                   {
+                       {"defaultVolume", 5},
+                       {"id", ctx.nid("videoview")},
+                       {"loopPlayback", false},
+                       {"rotation", 0},
+                       {"position", a.pos},
+                       {"touchable", true},
+                       {"visible", true},
+                   });
   Object& o = c.as_object();
 
   if (std::optional<int64_t> vol = parse_px(_attr(attrs, "data-volume")))

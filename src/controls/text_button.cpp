@@ -3,6 +3,7 @@
 // check boxes. Each record lists its keys in the runtime's order; keys that
 // attributes add later are appended.
 #include <algorithm>
+#include <cmath>
 #include <exception>
 #include <string>
 
@@ -20,7 +21,6 @@ using namespace leafs;
 
 namespace {
 
-constexpr int64_t TEXT_COLOR = 15659766;  // 0xEEF2F6
 constexpr int64_t BUTTON_FILL = 3621975;  // 0x374457
 constexpr int64_t WHITE = 16777215;       // 0xFFFFFF
 constexpr int64_t RADIO_BG = 10461279;    // 0x9FA05F
@@ -34,6 +34,37 @@ std::string opening_tag(const Node& node) {
 }
 
 bool truthy_name(const std::optional<std::string>& s) { return s && !s->empty(); }
+
+// Whether every number in `v` is finite. A number too large for a real
+// ("1e400") reads as infinite, and an infinite value is no plain JSON.
+bool all_finite(const Value& v) {
+  if (v.is_real()) return std::isfinite(v.as_real());
+  if (v.is_array()) return std::all_of(v.as_array().begin(), v.as_array().end(), all_finite);
+  if (v.is_object())
+    return std::all_of(v.as_object().begin(), v.as_object().end(),
+                       [](const Object::Item& kv) { return all_finite(kv.second); });
+  return true;
+}
+
+// Radio buttons and check boxes open alike: their alignment, the unchecked
+// state, and the colours behind the box unchecked (`bg`) and checked.
+Value toggle_head(const PageFold& pf, const Attrs& attrs, const std::string& cap, int64_t align,
+                  int64_t bg) {
+  return Value::object({
+      {"alignment", align},
+      {"backgroundColor", -1},
+      {"bold", false},
+      {"caption", cap},
+      {"checked", false},
+      {"fontSize", size_or_default(pf._font_size(attrs), 16)},
+      {"italic", false},
+      {"touchable", true},
+      {"bgColorTab", Value::object({
+                         {"color0", *_color_explicit(attrs, {"data-bg"}, bg)},
+                         {"color2", *_color_explicit(attrs, {"data-bg2"}, CHECKED_BG)},
+                     })},
+  });
+}
 
 }  // namespace
 
@@ -72,7 +103,8 @@ void PageFold::_leaf_subitem(Ctx& ctx, const Node& node, Leaf& a) {
   if (OptStr charset = nonempty_attr(attrs, "data-charset")) {
     // A charset that is no plain JSON is left out without a word.
     try {
-      o.set("charsetTab", parse_json(*charset));
+      Value tab = parse_json(*charset);
+      if (all_finite(tab)) o.set("charsetTab", tab);
     } catch (const std::exception&) {
     }
   }
@@ -88,25 +120,12 @@ void PageFold::_leaf_subitem(Ctx& ctx, const Node& node, Leaf& a) {
 
 void PageFold::_leaf_radiobutton(Ctx& ctx, const Node& node, Leaf& a) {
   const Attrs& attrs = node.attrs;
-  Value c = Value::object({
-      {"alignment", 38},
-      {"backgroundColor", -1},
-      {"bold", false},
-      {"caption", a.cap},
-      {"checked", false},
-      {"fontSize", size_or_default(_font_size(attrs), 16)},
-      {"italic", false},
-      {"touchable", true},
-      {"bgColorTab", Value::object({
-                         {"color0", *_color_explicit(attrs, {"data-bg"}, RADIO_BG)},
-                         {"color2", *_color_explicit(attrs, {"data-bg2"}, CHECKED_BG)},
-                     })},
-      {"colorTab", color0(*_color_explicit(attrs, {"data-color"}, TEXT_COLOR))},
-      {"id", ctx.nid("radiobutton")},
-      {"position", a.pos},
-      {"visible", true},
-  });
+  Value c = toggle_head(*this, attrs, a.cap, 38, RADIO_BG);
   Object& o = c.as_object();
+  o.set("colorTab", color0(*_color_explicit(attrs, {"data-color"}, TEXT_COLOR)));
+  o.set("id", ctx.nid("radiobutton"));
+  o.set("position", a.pos);
+  o.set("visible", true);
 
   OptStr rp0 = first_nonempty(attrs, {"data-pic", "data-pic0", "data-src"});
   OptStr rp2 = nonempty_attr(attrs, "data-pic2");
@@ -323,31 +342,18 @@ Value PageFold::_leaf_checkbox(Ctx& ctx, const Node& node, Leaf& a) {
   int64_t pad = int_attr_or(attrs, "data-pad", 6);
   int64_t text_w = std::max<int64_t>(int_of(cw) - iw - pad, 10);
 
-  Value c = Value::object({
-      {"alignment", 36},
-      {"backgroundColor", -1},
-      {"bold", false},
-      {"caption", a.cap},
-      {"checked", false},
-      {"fontSize", size_or_default(_font_size(attrs), 16)},
-      {"italic", false},
-      {"touchable", true},
-      {"bgColorTab", Value::object({
-                         {"color0", *_color_explicit(attrs, {"data-bg"}, CHECKBOX_BG)},
-                         {"color2", *_color_explicit(attrs, {"data-bg2"}, CHECKED_BG)},
-                     })},
-      {"colorTab", Value::object({
-                       {"color0", *_color_explicit(attrs, {"data-color"}, TEXT_COLOR)},
-                       {"color2", *_color_explicit(attrs, {"data-color2"}, WHITE)},
-                   })},
-      {"iconPosition", Value::object({{"left", 0}, {"top", 0}, {"width", iw}, {"height", ih}})},
-      {"id", ctx.nid("checkbox")},
-      {"position", a.pos},
-      {"textPosition",
-       Value::object({{"left", iw + pad}, {"top", 0}, {"width", text_w}, {"height", ch}})},
-      {"visible", true},
-  });
+  Value c = toggle_head(*this, attrs, a.cap, 36, CHECKBOX_BG);
   Object& o = c.as_object();
+  o.set("colorTab", Value::object({
+                        {"color0", *_color_explicit(attrs, {"data-color"}, TEXT_COLOR)},
+                        {"color2", *_color_explicit(attrs, {"data-color2"}, WHITE)},
+                    }));
+  o.set("iconPosition", Value::object({{"left", 0}, {"top", 0}, {"width", iw}, {"height", ih}}));
+  o.set("id", ctx.nid("checkbox"));
+  o.set("position", a.pos);
+  o.set("textPosition",
+        Value::object({{"left", iw + pad}, {"top", 0}, {"width", text_w}, {"height", ch}}));
+  o.set("visible", true);
 
   OptStr pic0 = first_nonempty(attrs, {"data-pic", "data-pic0", "data-src"});
   OptStr pic2 = first_nonempty(attrs, {"data-pic2", "data-src2"});

@@ -15,36 +15,35 @@ using namespace leafs;
 
 namespace {
 
-// `_num` of a value with no default: null when unreadable.
-Value num_or_null(const OptStr& v) { return _num(v, Value()); }
-
-// Two numbers written "a,b". Anything else (one part, three, or a part that
-// is no number) answers nothing, and the caller keeps its default.
-std::optional<std::pair<Value, Value>> number_pair(const Attrs& attrs, std::string_view name) {
+// Two numbers written "a,b" in attribute `name` become the map `key` with
+// the two numbers, as read, under `first` and `second`. Anything else (one
+// part, three, or a part that is no number) writes nothing: the record keeps
+// its default.
+void set_number_pair(Object& o, const Attrs& attrs, std::string_view name, std::string_view key,
+                     std::string_view first, std::string_view second) {
   OptStr raw = nonempty_attr(attrs, name);
-  if (!raw) return std::nullopt;
+  if (!raw) return;
   std::vector<std::string> parts = text::split(*raw, ",");
-  if (parts.size() != 2) return std::nullopt;
+  if (parts.size() != 2) return;
   Value x = num_or_null(parts[0]), y = num_or_null(parts[1]);
-  if (x.is_null() || y.is_null()) return std::nullopt;
-  return std::make_pair(x, y);
+  if (x.is_null() || y.is_null()) return;
+  o.set(key, Value::object({{first, x}, {second, y}}));
 }
 
 }  // namespace
 
 Value PageFold::_leaf_seekbar(Ctx& ctx, const Node& node, Leaf& a) {
   const Attrs& attrs = node.attrs;
-  Value c = Value::object({
-      {"backgroundColor", -1},
-      {"caption", a.cap},
-      {"defProgress", 0},
-      {"id", ctx.nid("seekbar")},
-      {"max", 100},
-      {"orientation", 0},
-      {"position", a.pos},
-      {"touchable", false},
-      {"visible", true},
-  });
+  Value c = headed(-1, a.cap,
+                   {
+                       {"defProgress", 0},
+                       {"id", ctx.nid("seekbar")},
+                       {"max", 100},
+                       {"orientation", 0},
+                       {"position", a.pos},
+                       {"touchable", false},
+                       {"visible", true},
+                   });
   Object& o = c.as_object();
 
   // A 0 never overrides, for the maximum or the value.
@@ -86,20 +85,20 @@ Value PageFold::_leaf_seekbar(Ctx& ctx, const Node& node, Leaf& a) {
 Value PageFold::_leaf_circlebar(Ctx& ctx, const Node& node, Leaf& a) {
   const Attrs& attrs = node.attrs;
   Value cw = size_of(a.pos, "width", 200), ch = size_of(a.pos, "height", 200);
-  Value c = Value::object({
-      {"backgroundColor", -1},
-      {"caption", a.cap},
-      {"clockwise", true},
-      {"id", ctx.nid("circlebar")},
-      {"max", 100},
-      {"maxAngle", 360},
-      {"progressPicPos", Value::object({{"left", 0}, {"top", 0}, {"width", 0}, {"height", 0}})},
-      {"position", a.pos},
-      {"startAngle", 0},
-      {"touchable", true},
-      {"touchRange", Value::object({{"lower", 0}, {"upper", 0}})},
-      {"visible", true},
-  });
+  Value c = headed(
+      -1, a.cap,
+      {
+          {"clockwise", true},
+          {"id", ctx.nid("circlebar")},
+          {"max", 100},
+          {"maxAngle", 360},
+          {"progressPicPos", Value::object({{"left", 0}, {"top", 0}, {"width", 0}, {"height", 0}})},
+          {"position", a.pos},
+          {"startAngle", 0},
+          {"touchable", true},
+          {"touchRange", Value::object({{"lower", 0}, {"upper", 0}})},
+          {"visible", true},
+      });
   Object& o = c.as_object();
 
   // A 0 doesn't override; the values are truncated.
@@ -138,23 +137,21 @@ Value PageFold::_leaf_circlebar(Ctx& ctx, const Node& node, Leaf& a) {
     o.set("thumb", thumb);
   }
 
-  if (auto range = number_pair(attrs, "data-touch-range"))
-    o.set("touchRange", Value::object({{"lower", range->first}, {"upper", range->second}}));
+  set_number_pair(o, attrs, "data-touch-range", "touchRange", "lower", "upper");
   return c;
 }
 
 Value PageFold::_leaf_pointer(Ctx& ctx, const Node& node, Leaf& a) {
   const Attrs& attrs = node.attrs;
-  Value c = Value::object({
-      {"backgroundColor", -1},
-      {"caption", a.cap},
-      {"id", ctx.nid("pointer")},
-      {"rotateSpeed", 1},
-      {"startAngle", 0},
-      {"position", a.pos},
-      {"touchable", false},
-      {"visible", true},
-  });
+  Value c = headed(-1, a.cap,
+                   {
+                       {"id", ctx.nid("pointer")},
+                       {"rotateSpeed", 1},
+                       {"startAngle", 0},
+                       {"position", a.pos},
+                       {"touchable", false},
+                       {"visible", true},
+                   });
   Object& o = c.as_object();
 
   if (OptStr pp = nonempty_attr(attrs, "data-pointer-pic")) o.set("pointerPic", image_path(*pp));
@@ -175,10 +172,8 @@ Value PageFold::_leaf_pointer(Ctx& ctx, const Node& node, Leaf& a) {
   o.set("clockwise", flag_or(attrs, "data-clockwise", "1"));
   o.set("animatable", flag_or(attrs, "data-animatable", "1"));
 
-  if (auto fp = number_pair(attrs, "data-fixed-point"))
-    o.set("fixedPoint", Value::object({{"x", fp->first}, {"y", fp->second}}));
-  if (auto rp = number_pair(attrs, "data-rotation-point"))
-    o.set("rotationPoint", Value::object({{"x", rp->first}, {"y", rp->second}}));
+  set_number_pair(o, attrs, "data-fixed-point", "fixedPoint", "x", "y");
+  set_number_pair(o, attrs, "data-rotation-point", "rotationPoint", "x", "y");
   return c;
 }
 
