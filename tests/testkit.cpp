@@ -108,6 +108,8 @@ std::string FakeGenRes::touch(const std::string& fn, const std::string& d, const
                               int64_t w, int64_t h) {
   calls.push_back(fn + " " + name);
   maybe_fail(failing, fn);
+  // Like the real module, which makes its directory on first use.
+  fs::create_directories(d);
   const std::string path = (fs::path(d) / name).string();
   write_png(path, int(w), int(h));
   return path;

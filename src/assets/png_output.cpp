@@ -45,12 +45,14 @@ void put_be32(std::string& out, uint32_t v) {
   for (int shift = 24; shift >= 0; shift -= 8) out.push_back(static_cast<char>((v >> shift) & 255));
 }
 
-// Writes the palette candidate of `img` to `path` and answers the number of
-// distinct colours, or 0 when there are more than 256 (nothing written).
-int64_t write_palette_candidate(const Image& img, const std::string& path) {
+// Writes the palette candidate of `img` to `path` and answers whether it was
+// written. `ndist` is the number of distinct colours as soon as they are
+// counted, and stays 0 when there are more than 256 (nothing written).
+bool write_palette_candidate(const Image& img, const std::string& path, int64_t& ndist) {
   auto cols = img::getcolors(img, 256);
-  if (!cols || cols->empty()) return 0;
+  if (!cols || cols->empty()) return false;
   auto& c = *cols;
+  ndist = static_cast<int64_t>(c.size());
   std::sort(c.begin(), c.end(),
             [](const img::ColorCount& a, const img::ColorCount& b) { return a.second < b.second; });
   std::map<std::array<uint8_t, 4>, uint8_t> idx;
@@ -69,7 +71,7 @@ int64_t write_palette_candidate(const Image& img, const std::string& path) {
   }
   img::save_png_palette(img.w, img.h, q, pal, trns, path);
   _trim_png_palette(path);
-  return static_cast<int64_t>(c.size());
+  return true;
 }
 
 }  // namespace
@@ -85,8 +87,7 @@ std::string _save_css_png(const Image& img, const std::string& out_dir, const st
 
   int64_t n_p8 = 0, ndist = 0;
   try {
-    ndist = write_palette_candidate(img, path);
-    if (ndist) n_p8 = file_size(path);
+    if (write_palette_candidate(img, path, ndist)) n_p8 = file_size(path);
   } catch (const std::exception&) {
     // Whatever failed, the RGBA candidate stands.
   }

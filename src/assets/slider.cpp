@@ -226,28 +226,22 @@ bool PageFold::_seekbar_css_assets(Ctx& ctx, const Node& node, const Value& c, c
     }
   }
 
+  // Track and fill pictures. The fill is full width too: the device cuts it
+  // by progress.
   const PageFold& self = *this;
-  if (!c.get("backgroundPic").truthy() && !track_style.empty()) {
-    std::string name = "bar_" + who + "_track.png";
-    auto pic = _gen_asset([&self, name, W, H, track_style, band](const std::string& dir) {
-      return _bar_pic(self, dir, name, W, H, track_style, std::nullopt, band).value_or("");
+  auto bar_picture = [&](const char* key, const char* part, const std::string& st) {
+    if (st.empty() || c.get(key).truthy()) return;
+    std::string name = "bar_" + who + "_" + part + ".png";
+    auto pic = _gen_asset([&self, name, W, H, st, band](const std::string& dir) {
+      return _bar_pic(self, dir, name, W, H, st, std::nullopt, band).value_or("");
     });
     if (pic) {
-      c["backgroundPic"] = *pic;
-      made.push_back("track");
+      c[key] = *pic;
+      made.push_back(part);
     }
-  }
-  // The fill is full width: the device cuts it by progress.
-  if (!fstyle.empty() && !c.get("progressPic").truthy()) {
-    std::string name = "bar_" + who + "_fill.png";
-    auto pic = _gen_asset([&self, name, W, H, fstyle, band](const std::string& dir) {
-      return _bar_pic(self, dir, name, W, H, fstyle, std::nullopt, band).value_or("");
-    });
-    if (pic) {
-      c["progressPic"] = *pic;
-      made.push_back("fill");
-    }
-  }
+  };
+  bar_picture("backgroundPic", "track", track_style);
+  bar_picture("progressPic", "fill", fstyle);
 
   if (!fstyle.empty() && !truthy(_attr(attrs, "data-value"))) {
     int64_t mx = max_or_100();
