@@ -75,8 +75,8 @@ class FakeGenRes : public GenRes {
                       const Color& color, int64_t n) override;
 
  private:
-  std::string touch(const std::string& fn, const std::string& d, const std::string& name,
-                    int64_t w, int64_t h);
+  std::string touch(const std::string& fn, const std::string& d, const std::string& name, int64_t w,
+                    int64_t h);
 };
 
 // Writes a PNG of `w` by `h` pixels of one colour.
@@ -100,8 +100,7 @@ Run run_pagefold(const TempDir& dir, const std::string& html, const Modules& mod
 
 // Converts an inline prototype with one converter and answers its result.
 ConvertResult convert_html(const std::string& html, const Modules& modules,
-                           std::optional<std::string> asset_dir = std::nullopt,
-                           bool merge = false);
+                           std::optional<std::string> asset_dir = std::nullopt, bool merge = false);
 
 // The page file layout of a value (indent 2).
 std::string pretty(const Value& v);

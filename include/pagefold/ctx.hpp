@@ -18,11 +18,11 @@ class Ctx {
   // `modules` must outlive the context.
   explicit Ctx(const Modules* modules = nullptr);
 
-  int64_t n = 0;                                      // running number behind every key
-  std::vector<std::pair<std::string, int64_t>> ids;  // last numeric id per type
+  int64_t n = 0;                                         // running number behind every key
+  std::vector<std::pair<std::string, int64_t>> ids;      // last numeric id per type
   std::vector<std::pair<std::string, int64_t>> counter;  // automatic names per type
-  Value root;                                             // null until the screen opens
-  std::vector<Value> stack;                               // open containers, innermost last
+  Value root;                                            // null until the screen opens
+  std::vector<Value> stack;                              // open containers, innermost last
   std::vector<std::string> warnings;
   std::unordered_set<std::string> warned;
 

@@ -49,8 +49,8 @@ class GenRes {
   virtual std::optional<int64_t> COV_SS() const { return std::nullopt; }
 
   virtual std::string gen_gradient_stops(const std::string& d, const std::string& name, int64_t w,
-                                         int64_t h, const std::vector<Stop>& stops,
-                                         bool horizontal, int64_t radius, int64_t ss) = 0;
+                                         int64_t h, const std::vector<Stop>& stops, bool horizontal,
+                                         int64_t radius, int64_t ss) = 0;
   virtual std::string gen_shadow_card(const std::string& d, const std::string& name, int64_t w,
                                       int64_t h, int64_t radius, const std::optional<Color>& fill,
                                       const ShadowSpec& shadow, bool crop, int64_t ss) = 0;
