@@ -189,12 +189,12 @@ std::string FakeGenRes::emoji_icon(const std::string& d, const std::string& name
 }
 
 std::string FakeGenRes::frames_loading_gif(const std::string& d, const std::string& name,
-                                           int64_t size, const Color&, int64_t) {
+                                           int64_t size, const std::optional<Color>&, int64_t) {
   return touch("frames_loading_gif", d, name, size, size);
 }
 
 void FakeGenRes::frames_loading(const std::string& d, const std::string& base, int64_t size,
-                                const Color&, int64_t n) {
+                                const std::optional<Color>&, int64_t n) {
   calls.push_back("frames_loading " + base);
   maybe_fail(failing, "frames_loading");
   for (int64_t i = 0; i < n; ++i)

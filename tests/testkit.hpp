@@ -70,9 +70,9 @@ class FakeGenRes : public GenRes {
   std::string emoji_icon(const std::string& d, const std::string& name, int64_t size,
                          const std::string& ch) override;
   std::string frames_loading_gif(const std::string& d, const std::string& name, int64_t size,
-                                 const Color& color, int64_t n) override;
+                                 const std::optional<Color>& color, int64_t n) override;
   void frames_loading(const std::string& d, const std::string& base, int64_t size,
-                      const Color& color, int64_t n) override;
+                      const std::optional<Color>& color, int64_t n) override;
 
  private:
   std::string touch(const std::string& fn, const std::string& d, const std::string& name, int64_t w,

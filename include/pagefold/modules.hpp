@@ -71,9 +71,10 @@ class GenRes {
   virtual std::string emoji_icon(const std::string& d, const std::string& name, int64_t size,
                                  const std::string& ch) = 0;
   virtual std::string frames_loading_gif(const std::string& d, const std::string& name,
-                                         int64_t size, const Color& color, int64_t n) = 0;
+                                         int64_t size, const std::optional<Color>& color,
+                                         int64_t n) = 0;
   virtual void frames_loading(const std::string& d, const std::string& base, int64_t size,
-                              const Color& color, int64_t n) = 0;
+                              const std::optional<Color>& color, int64_t n) = 0;
 };
 
 // The modules of one conversion. A null pointer is a module that could not be

@@ -134,12 +134,10 @@ EffectAssets PageFold::_effect_assets(Ctx& ctx, const Node& node, int64_t w, int
     int64_t size = std::max(w, h);
     // Not anchored: a background-color standing first is the spinner's colour.
     static const Regex color_re(R"(color\s*:\s*([^;]+))");
-    Color color = Color::rgba(66, 201, 255, 255);
-    if (auto m = color_re.search(style)) {
-      // A colour that cannot be read keeps the default, since the picture
-      // module needs one.
-      if (auto c = _css_color(text::strip(m->group(1)))) color = *c;
-    }
+    // A colour declaration that cannot be read is handed on as absent: the
+    // picture module decides what an unreadable colour looks like.
+    std::optional<Color> color = Color::rgba(66, 201, 255, 255);
+    if (auto m = color_re.search(style)) color = _css_color(text::strip(m->group(1)));
     std::string base = "loading_" + who;
     auto gif = _gen_asset([&g, base, size, color](const std::string& d) {
       return g.frames_loading_gif(d, base + ".gif", size, color, 12);
