@@ -129,7 +129,7 @@ std::string print(const std::string& format, auto value) {
   return out;
 }
 
-// Pads `body` (sign first) to the spec's width: zeros after the sign and any
+// Pads `body` (sign first) to the format's width: zeros after the sign and any
 // "0x" with the '0' flag, spaces otherwise.
 std::string pad(const Spec& sp, std::string body, size_t sign_len) {
   if (sp.width < 0 || body.size() >= static_cast<size_t>(sp.width)) return body;
