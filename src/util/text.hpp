@@ -37,7 +37,8 @@ std::vector<std::string> split_ws(std::string_view s);
 std::vector<std::string> split(std::string_view s, std::string_view sep);
 std::string join(const std::vector<std::string>& parts, std::string_view sep);
 
-// Unicode lower-casing, one code point at a time (U+0130 becomes "i̇").
+// Unicode lower-casing, one code point at a time (U+0130 becomes "i̇"),
+// except that a capital sigma ending a word becomes the final form "ς".
 std::string lower(std::string_view s);
 // ASCII-only case folding for names (tags, attribute names, keywords).
 std::string ascii_lower(std::string_view s);
