@@ -148,10 +148,14 @@ void covering_windows(const Value& data, const Value& res, const Value& rw,
     }
   }
   if (hits.empty()) return;
+  // The advice cites the device runtime's page-architecture document by its
+  // path in the runtime's knowledge base; the text is shown to users as is.
+  static const std::string kRuntimeArchitectureDoc = "knowledge/devflow/page-architecture-spec.md";
   warnings.push_back(
       "检测到多个互相盖住的整屏 Window（" +
-      text::join(std::vector<std::string>(hits.begin(), hits.end()), " / ") +
-      "）：按 knowledge/devflow/page-architecture-spec.md 的默认口径，**同一业务域**内的多页就该"
+      text::join(std::vector<std::string>(hits.begin(), hits.end()), " / ") + "）：按 " +
+      kRuntimeArchitectureDoc +
+      " 的默认口径，**同一业务域**内的多页就该"
       "这么放（同一个 qlu 内叠多个整屏 window，首屏 visible:true、其余 visible:false，切换只走 "
       "showWnd()/hideWnd()：零切换成本、共享控件指针与状态）；**只有跨业务域 / "
       "需独立生命周期与返回栈 / 超大页面**才拆成独立 qlu（新 Activity + openActivity() "
