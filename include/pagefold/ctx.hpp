@@ -29,6 +29,9 @@ class Ctx {
   // Records `msg` once per de-duplication token: `key` when non-empty, else
   // the first 80 code points of `msg`.
   void warn(const std::string& msg, const std::string& key = "");
+  // The container on top of the stack carries a true `marker`. Only the
+  // nearest container counts, never deeper ones.
+  bool top_has(const char* marker) const;
   // "<typ>__<n>" after raising `n`.
   std::string key(const std::string& typ);
   // Next numeric id of `typ`; a type without a row raises KeyError.

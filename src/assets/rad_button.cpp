@@ -53,8 +53,6 @@ double pos_num(const Value& pos, const char* key, double dflt) {
 
 int64_t rgb_int(const Color& c) { return (c.r() << 16) | (c.g() << 8) | c.b(); }
 
-bool truthy(const OptStr& s) { return s && !s->empty(); }
-
 std::string hex6(int64_t v) { return "0x" + num::hex(v, 6); }
 
 std::string fill_template(const std::string& cap, int64_t radius, const std::string& bg,

@@ -30,9 +30,6 @@ const std::vector<std::string> PS_TRACK = {"webkit-slider-runnable-track", "moz-
 const std::vector<std::string> PS_THUMB = {"webkit-slider-thumb", "moz-range-thumb"};
 const std::vector<std::string> PS_FILL = {"moz-range-progress", "webkit-slider-progress"};
 
-bool truthy(const std::optional<int64_t>& v) { return v && *v != 0; }
-bool truthy(const OptStr& v) { return v && !v->empty(); }
-
 // int() of a record value; 0 for a missing one, so that "or <default>" applies.
 int64_t int_of(const Value& v) {
   if (v.is_int()) return v.as_int();

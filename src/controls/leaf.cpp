@@ -31,10 +31,6 @@ const std::vector<std::pair<std::string, Branch>>& branches() {
   return table;
 }
 
-bool top_has(const Ctx& ctx, const char* marker) {
-  return !ctx.stack.empty() && ctx.stack.back().get(marker).truthy();
-}
-
 }  // namespace
 
 void PageFold::_leaf(Ctx& ctx, const Node& node, const std::string& typ) {
@@ -47,11 +43,11 @@ void PageFold::_leaf(Ctx& ctx, const Node& node, const std::string& typ) {
   a.pos = _pos(attrs);
   a.text = _clean_text(node.text, &ctx, a.cap);
 
-  if (top_has(ctx, "__listview")) {
+  if (ctx.top_has("__listview")) {
     _leaf_subitem(ctx, node, a);
     return;
   }
-  if (top_has(ctx, "__radiogroup")) {
+  if (ctx.top_has("__radiogroup")) {
     _leaf_radiobutton(ctx, node, a);
     return;
   }

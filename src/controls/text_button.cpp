@@ -33,8 +33,6 @@ std::string opening_tag(const Node& node) {
   return "<" + node.tag + " class=\"" + attr_or_empty(node.attrs, "class") + "\">";
 }
 
-bool truthy_name(const std::optional<std::string>& s) { return s && !s->empty(); }
-
 // Whether every number in `v` is finite. A number too large for a real
 // ("1e400") reads as infinite, and an infinite value is no plain JSON.
 bool all_finite(const Value& v) {
@@ -97,7 +95,7 @@ void PageFold::_leaf_subitem(Ctx& ctx, const Node& node, Leaf& a) {
   } else if (OptStr glyph = _glyph_from_attrs(attrs)) {
     auto name = _icon_png(ctx, *glyph, size_or(a.pos, "width", 100), size_or(a.pos, "height", 40),
                           _icon_color(attrs), false);
-    if (truthy_name(name)) o.set("backgroundPic", *name);
+    if (truthy(name)) o.set("backgroundPic", *name);
   }
 
   if (OptStr charset = nonempty_attr(attrs, "data-charset")) {
@@ -170,7 +168,7 @@ Value PageFold::_leaf_textview(Ctx& ctx, const Node& node, Leaf& a) {
   const std::string style = attr_or_empty(attrs, "style");
   if (attr_or_empty(attrs, "data-bgpic").empty() && !drawn_effects.search(style)) {
     auto [pic, info] = _radbox_9pic(ctx, node, a.pos, a.cap, "textview");
-    if (truthy_name(pic)) {
+    if (truthy(pic)) {
       o.set("backgroundPic", *pic);
       _corner_bg(ctx, c, attrs, std::nullopt, a.cap);
     }
@@ -193,7 +191,7 @@ Value PageFold::_leaf_textview(Ctx& ctx, const Node& node, Leaf& a) {
     _corner_bg(ctx, c, attrs, bgc, a.cap);
     o.set("touchable", false);
   }
-  if (truthy_name(eff.backgroundPic)) {
+  if (truthy(eff.backgroundPic)) {
     o.set("backgroundPic", *eff.backgroundPic);
     _corner_bg(ctx, c, attrs, bgc, a.cap);
     if (eff.pad.value_or(0)) _grow(a.pos, static_cast<double>(*eff.pad));
@@ -209,7 +207,7 @@ Value PageFold::_leaf_textview(Ctx& ctx, const Node& node, Leaf& a) {
         {"loopCount", 0},
         {"position", a.pos},
     });
-    if (truthy_name(eff.anim_file)) {
+    if (truthy(eff.anim_file)) {
       const std::string& file = *eff.anim_file;
       c.as_object().set("playFile", file);
       ctx.warnings.push_back(
@@ -259,8 +257,8 @@ Value PageFold::_leaf_button(Ctx& ctx, const Node& node, Leaf& a) {
     int64_t w = size_or(a.pos, "width", 100), h = size_or(a.pos, "height", 40);
     auto p0 = _icon_png(ctx, *glyph, w, h, col, false);
     auto p1 = _icon_png(ctx, *glyph, w, h, col, true);
-    if (truthy_name(p0)) {
-      o.set("picTab", Value::object({{"pic0", *p0}, {"pic1", truthy_name(p1) ? *p1 : *p0}}));
+    if (truthy(p0)) {
+      o.set("picTab", Value::object({{"pic0", *p0}, {"pic1", truthy(p1) ? *p1 : *p0}}));
       o.erase("bgColorTab");
       if (!text.empty()) {
         ctx.warnings.push_back(opening_tag(node) + " data-icon 图标按钮已忽略文字「" + text +
@@ -279,7 +277,7 @@ Value PageFold::_leaf_button(Ctx& ctx, const Node& node, Leaf& a) {
       // Of the effects a button takes only the picture and its shadow growth.
       EffectAssets eff = _effect_assets(ctx, node, size_or(a.pos, "width", 100),
                                         size_or(a.pos, "height", 40), a.cap);
-      if (truthy_name(eff.backgroundPic)) {
+      if (truthy(eff.backgroundPic)) {
         o.set("picTab",
               Value::object({{"pic0", *eff.backgroundPic}, {"pic1", *eff.backgroundPic}}));
         if (eff.pad.value_or(0)) _grow(a.pos, static_cast<double>(*eff.pad));

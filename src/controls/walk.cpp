@@ -23,12 +23,6 @@ bool has_any_ctrl_class(const std::set<std::string>& classes) {
                      [](const std::string& c) { return CTRL_CLASSES.count(c) > 0; });
 }
 
-// The record on top of the stack carries a true marker `key`. Only the
-// nearest container counts, never deeper ones.
-bool top_has(const Ctx& ctx, const char* key) {
-  return !ctx.stack.empty() && ctx.stack.back().get(key).truthy();
-}
-
 // Walks every child of `node` against the current stack.
 void walk_children(PageFold& pf, Ctx& ctx, const Node& node) {
   for (const Node* child : node.children) pf._walk(ctx, *child);
@@ -129,23 +123,23 @@ void PageFold::_walk(Ctx& ctx, const Node& node) {
   }
 
   // An element of class radio inside a radio group is one of its buttons.
-  if (top_has(ctx, "__radiogroup") && typ == "radiogroup") {
+  if (ctx.top_has("__radiogroup") && typ == "radiogroup") {
     _leaf(ctx, node, "radiobutton");
     return;
   }
-  if (top_has(ctx, "__diagram") && typ == "diagram") {
+  if (ctx.top_has("__diagram") && typ == "diagram") {
     _append_wave(ctx, node);
     return;
   }
   // Every div of a slide window is an icon item, whatever else it says.
-  if (top_has(ctx, "__slidewindow") && tag == "div") {
+  if (ctx.top_has("__slidewindow") && tag == "div") {
     warn_slide_child(ctx, classes, node.attrs);
     _append_slideitem(ctx, node);
     return;
   }
   // A div without any control class inside a list is a transparent wrapper:
   // its children go to the list as if written there.
-  if (top_has(ctx, "__listview") && tag == "div" && !has_any_ctrl_class(classes)) {
+  if (ctx.top_has("__listview") && tag == "div" && !has_any_ctrl_class(classes)) {
     walk_children(*this, ctx, node);
     return;
   }

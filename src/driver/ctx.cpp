@@ -28,6 +28,10 @@ void Ctx::warn(const std::string& msg, const std::string& key) {
   warnings.push_back(msg);
 }
 
+bool Ctx::top_has(const char* marker) const {
+  return !stack.empty() && stack.back().get(marker).truthy();
+}
+
 std::string Ctx::key(const std::string& typ) {
   ++n;
   return typ + "__" + std::to_string(n);

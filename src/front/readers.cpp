@@ -47,9 +47,6 @@ bool same_name(std::string_view a, std::string_view b) {
   return text::lower(a) == text::lower(b);
 }
 
-// Truthiness of an attribute value: absent and "" are falsy.
-bool nonempty(const OptStr& v) { return v && !v->empty(); }
-
 }  // namespace
 
 std::optional<int64_t> to_dec(const OptStr& color) {
@@ -142,7 +139,7 @@ std::set<std::string> _classes(const Attrs& attrs) {
 OptStr _glyph_from_attrs(const Attrs& attrs) {
   static const Regex icon_class(R"(^icon-(.+)$)");
   auto v = _attr(attrs, "data-icon");
-  if (nonempty(v)) {
+  if (truthy(v)) {
     std::string s = text::strip(*v);
     if (!s.empty()) return s;
   }
@@ -276,7 +273,7 @@ std::string image_path(const std::string& v) { return text::contains(v, "/") ? v
 
 OptStr nonempty_attr(const Attrs& attrs, std::string_view name) {
   auto v = _attr(attrs, name);
-  return nonempty(v) ? v : std::nullopt;
+  return truthy(v) ? v : std::nullopt;
 }
 
 OptStr first_nonempty(const Attrs& attrs, std::initializer_list<std::string_view> names) {

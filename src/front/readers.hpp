@@ -53,6 +53,11 @@ std::optional<bool> _bool_attr(const Attrs& attrs, std::string_view name);
 // and answers group 1 (untrimmed) of the first occurrence.
 std::optional<std::string> style_prop(const OptStr& style, std::string_view key);
 
+// Truthiness of an optional text (absent and "" are falsy) and of an
+// optional integer (absent and 0 are falsy).
+inline bool truthy(const OptStr& v) { return v && !v->empty(); }
+inline bool truthy(const std::optional<int64_t>& v) { return v && *v != 0; }
+
 // The flag rule: the text, stripped, is exactly "1" or "true".
 bool flag(const OptStr& v);
 // The image path rule: kept when it contains "/", else "images/" in front.
