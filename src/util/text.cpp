@@ -259,8 +259,6 @@ bool is_space(char32_t c) {
 }
 
 std::string strip(std::string_view s) { return rstrip_if(lstrip_if(s, is_space), is_space); }
-std::string lstrip(std::string_view s) { return lstrip_if(s, is_space); }
-std::string rstrip(std::string_view s) { return rstrip_if(s, is_space); }
 
 std::string strip_chars(std::string_view s, std::string_view chars) {
   auto in = [chars](char32_t c) { return in_chars(c, chars); };

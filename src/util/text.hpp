@@ -25,8 +25,6 @@ std::string slice(std::string_view s, size_t start, size_t n = std::string::npos
 // Unicode whitespace: general category Zs, or bidirectional class WS, B or S.
 bool is_space(char32_t c);
 std::string strip(std::string_view s);
-std::string lstrip(std::string_view s);
-std::string rstrip(std::string_view s);
 // Strips the given ASCII characters (not whitespace) from one or both ends.
 std::string strip_chars(std::string_view s, std::string_view chars);
 std::string rstrip_chars(std::string_view s, std::string_view chars);
