@@ -26,6 +26,16 @@ Value pagefold(const std::string& input_html,
                const std::optional<std::string>& asset_dir = std::nullopt,
                bool merge_windows = false, const Modules& modules = Modules::system());
 
+// Converts prototype text without reading or writing page files (pictures are
+// still written when `asset_dir` is given). Answers the record `pagefold`
+// would, without its file keys (`jsonPath`, `jsonPaths`, `jsonsProduced`) and
+// with each entry of `pages` holding the page root itself under `data`
+// instead of a path under `json`. The failures are those of `pagefold`, but
+// for the missing file: invalid UTF-8 is thrown as UnicodeDecodeError.
+Value convert_text(const std::string& html, const std::optional<std::string>& res = std::nullopt,
+                   const std::optional<std::string>& asset_dir = std::nullopt,
+                   bool merge_windows = false, const Modules& modules = Modules::system());
+
 // The command line: `<input.html> [output.json|directory] [--res=WxH]
 // [--merge-windows]`. Writes to `out` and `err`, answers the exit status.
 int run_cli(int argc, const char* const* argv, std::ostream& out, std::ostream& err);

@@ -13,7 +13,7 @@
 #include <utility>
 
 #include "pagefold/converter.hpp"
-#include "pagefold/modules.hpp"
+#include "pagefold/image.hpp"
 #include "pagefold/style_types.hpp"
 
 namespace pagefold {

@@ -15,7 +15,7 @@
 #include <utility>
 #include <vector>
 
-#include "pagefold/modules.hpp"
+#include "pagefold/image.hpp"
 #include "pagefold/style_types.hpp"
 
 namespace pagefold {

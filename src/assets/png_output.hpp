@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "pagefold/modules.hpp"
+#include "pagefold/image.hpp"
 
 namespace pagefold {
 

@@ -143,16 +143,12 @@ size_t invalid_utf8_at(const std::string& s) {
   return std::string::npos;
 }
 
-// The prototype as text: UTF-8 without a byte-order mark, every line break
-// read as a line feed.
-std::string read_text(const std::string& path) {
-  std::ifstream in(path, std::ios::binary);
-  if (!in) throw os_failure(errno ? errno : EIO, path);
-  std::string raw((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
-  if (in.bad()) throw os_failure(EIO, path);
+// Prototype text as the converter reads it: strict UTF-8 (`origin` names it in
+// the failure), without a byte-order mark, every line break a line feed.
+std::string decode_text(const std::string& raw, const std::string& origin) {
   size_t bad = invalid_utf8_at(raw);
   if (bad != std::string::npos) {
-    throw Failure("UnicodeDecodeError", path + ": invalid UTF-8 at byte " + std::to_string(bad));
+    throw Failure("UnicodeDecodeError", origin + ": invalid UTF-8 at byte " + std::to_string(bad));
   }
   size_t start = raw.compare(0, 3, "\xEF\xBB\xBF") == 0 ? 3 : 0;
   std::string out;
@@ -166,6 +162,14 @@ std::string read_text(const std::string& path) {
     }
   }
   return out;
+}
+
+std::string read_text(const std::string& path) {
+  std::ifstream in(path, std::ios::binary);
+  if (!in) throw os_failure(errno ? errno : EIO, path);
+  std::string raw((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+  if (in.bad()) throw os_failure(EIO, path);
+  return decode_text(raw, path);
 }
 
 // ---- writing: every file or none
@@ -260,6 +264,68 @@ void on_large_stack(const std::function<void()>& fn) {
   if (job.error) std::rethrow_exception(job.error);
 }
 
+// A conversion of prototype text up to the finished pages: the failure record
+// when there is none to write, else the pages with the converter's results.
+struct Finished {
+  Value failure;  // a failure record, or null
+  std::vector<Page> pages;
+  Value meta;
+  int64_t gen_count = 0;
+  Value rad_glue;
+};
+
+Finished convert_and_finish(const std::string& text, const std::optional<std::string>& res,
+                            const std::optional<std::string>& asset_dir, bool merge_windows,
+                            const Modules& modules, std::vector<std::string>& warnings) {
+  Finished done;
+  PageFold conv(res, asset_dir, &modules);
+  ConvertResult cr = conv.convert(text, merge_windows);
+  warnings.insert(warnings.end(), cr.warnings.begin(), cr.warnings.end());
+
+  if (cr.meta.is_null()) {
+    done.failure = Value::object({{"success", false},
+                                  {"warnings", strings(warnings)},
+                                  {"screensDetected", 0},
+                                  {"pagesProduced", 0},
+                                  {"error", NO_SCREEN}});
+    return done;
+  }
+  const Value& meta = cr.meta;
+  if (meta.get("error").truthy() || !cr.pages) {
+    Value err = meta.get("error");
+    done.failure = Value::object({{"success", false},
+                                  {"warnings", strings(warnings)},
+                                  {"screensDetected", meta.get("screensDetected")},
+                                  {"pagesProduced", meta.get("pagesProduced")},
+                                  {"mode", meta.get("mode")},
+                                  {"error", err.truthy() ? err : Value(NO_SCREEN)}});
+    return done;
+  }
+  // Finish every page before anything is written.
+  for (const Page& page : *cr.pages) _finalize_layout(page.second, warnings);
+  done.pages = std::move(*cr.pages);
+  done.meta = cr.meta;
+  done.gen_count = conv.gen_count;
+  done.rad_glue = conv._rad_glue;
+  return done;
+}
+
+// The counts of the result record, which describe the first page alone:
+// `resolution`, `controls`, `controlsTopLevel`, `controlsNested`.
+void add_first_page_counts(Value& record, const std::vector<Page>& pages) {
+  Value data = pages.empty() ? Value::object() : pages.front().second;
+  Value resv = data.get("resolution").truthy() ? data.get("resolution") : Value::object();
+  int64_t top = 0;
+  for (const auto& [k, v] : data.as_object()) {
+    if (text::contains(k, "__")) ++top;
+  }
+  const int64_t controls = static_cast<int64_t>(_walk_ctrls(data).size());
+  record["resolution"] = value_str(resv.get("width")) + "x" + value_str(resv.get("height"));
+  record["controls"] = controls;
+  record["controlsTopLevel"] = top;
+  record["controlsNested"] = std::max<int64_t>(0, controls - top);
+}
+
 Value convert_file(const std::string& input_html, const std::optional<std::string>& output_json,
                    const std::optional<std::string>& res,
                    const std::optional<std::string>& asset_dir_in, bool merge_windows,
@@ -296,33 +362,11 @@ Value convert_file(const std::string& input_html, const std::optional<std::strin
     }
   }
 
-  PageFold conv(res, asset_dir, &modules);
-  ConvertResult cr = conv.convert(text, merge_windows);
-  warnings.insert(warnings.end(), cr.warnings.begin(), cr.warnings.end());
+  Finished done = convert_and_finish(text, res, asset_dir, merge_windows, modules, warnings);
+  if (!done.failure.is_null()) return done.failure;
+  const std::vector<Page>& pages = done.pages;
 
-  if (cr.meta.is_null()) {
-    return Value::object({{"success", false},
-                          {"warnings", strings(warnings)},
-                          {"screensDetected", 0},
-                          {"pagesProduced", 0},
-                          {"error", NO_SCREEN}});
-  }
-  const Value& meta = cr.meta;
-  if (meta.get("error").truthy() || !cr.pages) {
-    Value err = meta.get("error");
-    return Value::object({{"success", false},
-                          {"warnings", strings(warnings)},
-                          {"screensDetected", meta.get("screensDetected")},
-                          {"pagesProduced", meta.get("pagesProduced")},
-                          {"mode", meta.get("mode")},
-                          {"error", err.truthy() ? err : Value(NO_SCREEN)}});
-  }
-  const std::vector<Page>& pages = *cr.pages;
-
-  // Finish every page before anything is written.
-  for (const Page& page : pages) _finalize_layout(page.second, warnings);
-
-  const bool per_page = meta.get("mode") == Value("per-screen");
+  const bool per_page = done.meta.get("mode") == Value("per-screen");
   std::vector<PendingFile> files;
   std::optional<std::string> target;
   if (per_page) {
@@ -347,15 +391,6 @@ Value convert_file(const std::string& input_html, const std::optional<std::strin
     json_path = optional_text(output_json);
   }
 
-  // Counts describe the first page alone.
-  Value data = pages.empty() ? Value::object() : pages.front().second;
-  Value resv = data.get("resolution").truthy() ? data.get("resolution") : Value::object();
-  int64_t top = 0;
-  for (const auto& [k, v] : data.as_object()) {
-    if (text::contains(k, "__")) ++top;
-  }
-  const int64_t controls = static_cast<int64_t>(_walk_ctrls(data).size());
-
   Value page_list = Value::array();
   for (size_t i = 0; i < pages.size(); ++i) {
     Value json;
@@ -367,24 +402,49 @@ Value convert_file(const std::string& input_html, const std::optional<std::strin
     page_list.as_array().push_back(Value::object({{"page", pages[i].first}, {"json", json}}));
   }
 
-  return Value::object({
+  Value record = Value::object({
       {"success", true},
       {"jsonPath", json_path},
       {"jsonPaths", strings(json_paths)},
       {"jsonsProduced", static_cast<int64_t>(json_paths.size())},
-      {"screensDetected", meta.get("screensDetected")},
-      {"pagesProduced", meta.get("pagesProduced")},
-      {"mode", meta.get("mode")},
+      {"screensDetected", done.meta.get("screensDetected")},
+      {"pagesProduced", done.meta.get("pagesProduced")},
+      {"mode", done.meta.get("mode")},
       {"pages", page_list},
-      {"resolution", value_str(resv.get("width")) + "x" + value_str(resv.get("height"))},
-      {"controls", controls},
-      {"controlsTopLevel", top},
-      {"controlsNested", std::max<int64_t>(0, controls - top)},
-      {"warnings", strings(warnings)},
-      {"generatedAssets", conv.gen_count},
-      {"radButtonGlue", conv._rad_glue},
-      {"assetDir", optional_text(asset_dir)},
   });
+  add_first_page_counts(record, pages);
+  record["warnings"] = strings(warnings);
+  record["generatedAssets"] = done.gen_count;
+  record["radButtonGlue"] = done.rad_glue;
+  record["assetDir"] = optional_text(asset_dir);
+  return record;
+}
+
+Value convert_text_record(const std::string& html, const std::optional<std::string>& res,
+                          const std::optional<std::string>& asset_dir, bool merge_windows,
+                          const Modules& modules) {
+  const std::string text = decode_text(html, "<text>");
+  std::vector<std::string> warnings;
+  Finished done = convert_and_finish(text, res, asset_dir, merge_windows, modules, warnings);
+  if (!done.failure.is_null()) return done.failure;
+
+  Value page_list = Value::array();
+  for (const Page& page : done.pages) {
+    page_list.as_array().push_back(Value::object({{"page", page.first}, {"data", page.second}}));
+  }
+  Value record = Value::object({
+      {"success", true},
+      {"screensDetected", done.meta.get("screensDetected")},
+      {"pagesProduced", done.meta.get("pagesProduced")},
+      {"mode", done.meta.get("mode")},
+      {"pages", page_list},
+  });
+  add_first_page_counts(record, done.pages);
+  record["warnings"] = strings(warnings);
+  record["generatedAssets"] = done.gen_count;
+  record["radButtonGlue"] = done.rad_glue;
+  record["assetDir"] = optional_text(asset_dir);
+  return record;
 }
 
 }  // namespace
@@ -396,6 +456,15 @@ Value pagefold(const std::string& input_html, const std::optional<std::string>& 
   on_large_stack([&] {
     record = convert_file(input_html, output_json, res, asset_dir, merge_windows, modules);
   });
+  return record;
+}
+
+Value convert_text(const std::string& html, const std::optional<std::string>& res,
+                   const std::optional<std::string>& asset_dir, bool merge_windows,
+                   const Modules& modules) {
+  Value record;
+  on_large_stack(
+      [&] { record = convert_text_record(html, res, asset_dir, merge_windows, modules); });
   return record;
 }
 

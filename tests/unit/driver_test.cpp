@@ -253,3 +253,42 @@ TEST_F(Driver, CliFailuresAreOneLineWithStatusOneAndWriteNothing) {
 }
 
 }  // namespace
+
+namespace {
+
+// Text conversion answers the file conversion's record without the file keys,
+// each page carrying its root, and writes nothing.
+TEST(ConvertText, AnswersTheFileRecordWithPagesInsteadOfPaths) {
+  TempDir tmp;
+  const Modules none = testkit::no_modules();
+  const std::string html = doc(screen("home") + screen("more"));
+  const std::string assets = tmp.str() + "/assets";
+  const Value file_record = pagefold::pagefold(tmp.write("in.html", html), tmp.str() + "/ui",
+                                               std::nullopt, assets, false, none);
+  const Value text_record = convert_text(html, std::nullopt, assets, false, none);
+
+  Value expected = deep_copy(file_record);
+  for (const char* k : {"jsonPath", "jsonPaths", "jsonsProduced"}) expected.as_object().erase(k);
+  for (const Value& p : expected.get("pages").as_array()) {
+    const std::string file = p.get("json").as_string();
+    p.as_object().erase("json");
+    p["data"] = J(testkit::read_file(file));
+  }
+  EXPECT_EQ(dump(expected, 1), dump(text_record, 1));
+
+  EXPECT_EQ(
+      dump(convert_text("<p>no screen</p>", std::nullopt, std::nullopt, false, none), 0),
+      dump(
+          J(R"({"success": false, "warnings": ["未找到 <div class=\"screen\"> 根节点（受限 )"
+            R"(HTML 必须从 screen 容器开始）"], "screensDetected": 0, "pagesProduced": 0, )"
+            R"("error": "未找到 <div class=\"screen\"> 根节点（受限 HTML 必须从 screen 容器开始）"})"),
+          0));
+  try {
+    convert_text("<div class=\"screen\">\xff</div>", std::nullopt, std::nullopt, false, none);
+    ADD_FAILURE() << "invalid UTF-8 converted";
+  } catch (const Failure& f) {
+    EXPECT_EQ("UnicodeDecodeError", f.type());
+  }
+}
+
+}  // namespace
