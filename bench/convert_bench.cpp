@@ -8,7 +8,8 @@
 #include <string>
 #include <vector>
 
-#include "pagefold/converter.hpp"
+#include "driver/converter.hpp"
+#include "finish/finish.hpp"
 #include "pagefold/json.hpp"
 
 namespace {

@@ -9,6 +9,7 @@
 #include <sstream>
 #include <stdexcept>
 
+#include "controls/tables.hpp"
 #include "pagefold/error.hpp"
 #include "pagefold/pagefold.hpp"
 
@@ -240,5 +241,14 @@ ConvertResult convert_html(const std::string& html, const Modules& modules,
 std::string pretty(const Value& v) { return dump(v, 2); }
 
 Value J(const std::string& json_text) { return parse_json(json_text); }
+
+Ctx page_ctx(const Modules* modules) { return Ctx(ID_BASE, AUTO_NAME, modules); }
+
+Stages::Stages(const Modules* modules, std::optional<std::string> asset_dir,
+               std::optional<std::string> res, std::string css_text)
+    : assets(std::move(asset_dir), modules ? modules->gen_res.get() : nullptr, std::move(css_text),
+             pseudo_css),
+      controls(std::move(res), std::nullopt, assets),
+      ctx(page_ctx(modules)) {}
 
 }  // namespace pagefold::testkit

@@ -8,9 +8,12 @@
 #include <string>
 #include <vector>
 
-#include "pagefold/converter.hpp"
+#include "assets/assets.hpp"
+#include "controls/controls.hpp"
+#include "driver/converter.hpp"
 #include "pagefold/json.hpp"
 #include "pagefold/modules.hpp"
+#include "util/ctx.hpp"
 
 namespace pagefold::testkit {
 
@@ -101,6 +104,21 @@ Run run_pagefold(const TempDir& dir, const std::string& html, const Modules& mod
 // Converts an inline prototype with one converter and answers its result.
 ConvertResult convert_html(const std::string& html, const Modules& modules,
                            std::optional<std::string> asset_dir = std::nullopt, bool merge = false);
+
+// A page context with the control vocabulary's tables, as the converter
+// makes one for each page.
+Ctx page_ctx(const Modules* modules = nullptr);
+
+// The control and asset stages of one conversion, set up as `convert` sets
+// them up, with a page context, for tests of single operations.
+struct Stages {
+  PseudoTable pseudo_css;
+  Assets assets;
+  Controls controls;
+  Ctx ctx;
+  explicit Stages(const Modules* modules, std::optional<std::string> asset_dir = std::nullopt,
+                  std::optional<std::string> res = std::nullopt, std::string css_text = "");
+};
 
 // The page file layout of a value (indent 2).
 std::string pretty(const Value& v);

@@ -23,11 +23,11 @@ double max_radius(const Radii& r) { return std::max({r.tl, r.tr, r.br, r.bl}); }
 
 // The mask of a whole picture: the module's anti-aliased rounded rectangle
 // when all four radii agree, else the local drawing.
-Image shape_mask(const PageFold& pf, int64_t w, int64_t h, const Radii& radii,
+Image shape_mask(const PictureTools& tools, int64_t w, int64_t h, const Radii& radii,
                  std::optional<int64_t> ss) {
-  if (max_radius(radii) - min_radius(radii) < 1e-6 && pf.has_gen_res())
-    return pf.gr().coverage_mask(w, h, radii[0], std::nullopt);
-  return _corners_mask_local(pf, w, h, radii, ss);
+  if (max_radius(radii) - min_radius(radii) < 1e-6 && tools.gen_res)
+    return tools.gen_res->coverage_mask(w, h, radii[0], std::nullopt);
+  return _corners_mask_local(tools, w, h, radii, ss);
 }
 
 Image opaque(int64_t w, int64_t h, const Color& c) {
@@ -37,9 +37,9 @@ Image opaque(int64_t w, int64_t h, const Color& c) {
 
 }  // namespace
 
-Image _corners_mask_local(const PageFold& pf, int64_t w, int64_t h, const Radii& radii,
+Image _corners_mask_local(const PictureTools& tools, int64_t w, int64_t h, const Radii& radii,
                           std::optional<int64_t> ss) {
-  int64_t s = (ss && *ss) ? *ss : pf.cov_ss_local();
+  int64_t s = (ss && *ss) ? *ss : tools.cov_ss;
   if (s == 0) s = 1;
   int W = static_cast<int>(std::max<int64_t>(w * s, 1));
   int H = static_cast<int>(std::max<int64_t>(h * s, 1));
@@ -70,21 +70,21 @@ Image _corners_mask_local(const PageFold& pf, int64_t w, int64_t h, const Radii&
   return img::resize_box(m, static_cast<int>(w), static_cast<int>(h));
 }
 
-Image _corners_mask(const PageFold& pf, int64_t w, int64_t h, const Radii& radii,
+Image _corners_mask(const PictureTools& tools, int64_t w, int64_t h, const Radii& radii,
                     std::optional<int64_t> ss, std::optional<Band> band) {
   int64_t y = band ? band->first : 0, bh = band ? band->second : h;
-  if (y == 0 && bh >= h) return shape_mask(pf, w, h, radii, ss);
-  Image inner = shape_mask(pf, w, bh, radii, ss);
+  if (y == 0 && bh >= h) return shape_mask(tools, w, h, radii, ss);
+  Image inner = shape_mask(tools, w, bh, radii, ss);
   Image out = img::new_l(static_cast<int>(w), static_cast<int>(h), 0);
   img::paste(out, inner, 0, static_cast<int>(std::max<int64_t>(0, std::min(y, h - bh))));
   return out;
 }
 
-std::optional<std::string> _bar_pic(const PageFold& pf, const std::string& out_dir,
+std::optional<std::string> _bar_pic(const PictureTools& tools, const std::string& out_dir,
                                     const std::string& name, int64_t w, int64_t h,
                                     const std::string& style, std::optional<Color> default_color,
                                     std::optional<Band> band) {
-  if (!pf.has_gen_res()) return std::nullopt;
+  if (!tools.gen_res) return std::nullopt;
   std::optional<BgSpec> spec = _bg_spec(style);
   if (!spec) {
     if (!default_color) return std::nullopt;
@@ -93,38 +93,38 @@ std::optional<std::string> _bar_pic(const PageFold& pf, const std::string& out_d
   // A percentage radius refers to the visible band, not to the picture.
   Radii radii = radii_or_square(style, double(w), double(band ? band->second : h));
   if (spec->kind == "gradient") {
-    std::string p = pf.gr().gen_gradient_stops(out_dir, name, w, h, spec->gradient.stops,
-                                               spec->gradient.horizontal, 0, pf.css_ss());
+    std::string p = tools.gen_res->gen_gradient_stops(out_dir, name, w, h, spec->gradient.stops,
+                                                      spec->gradient.horizontal, 0, tools.css_ss);
     if (p.empty()) return std::nullopt;
     Image im = I_open(p);
-    img::putalpha(im, _corners_mask(pf, w, h, radii, std::nullopt, band));
-    return _save_css_png(im, out_dir, name);
+    img::putalpha(im, _corners_mask(tools, w, h, radii, std::nullopt, band));
+    return _save_css_png(im, out_dir, name, *tools.png_log);
   }
   // The colour's own alpha is dropped: the bar is drawn opaque.
   Image im = opaque(w, h, spec->color);
-  img::putalpha(im, _corners_mask(pf, w, h, radii, std::nullopt, band));
-  return _save_css_png(im, out_dir, name);
+  img::putalpha(im, _corners_mask(tools, w, h, radii, std::nullopt, band));
+  return _save_css_png(im, out_dir, name, *tools.png_log);
 }
 
-Image _bordered_thumb(const PageFold& pf, int64_t w, int64_t h, double radius, const Color& fill,
-                      const std::optional<Color>& border, int64_t border_w) {
-  Image outer = pf.gr().coverage_mask(w, h, radius, std::nullopt);
+Image _bordered_thumb(const PictureTools& tools, int64_t w, int64_t h, double radius,
+                      const Color& fill, const std::optional<Color>& border, int64_t border_w) {
+  Image outer = tools.gen_res->coverage_mask(w, h, radius, std::nullopt);
   int64_t bw = border_w;
   bool ring = border && bw > 0;
   Image im = opaque(w, h, ring ? *border : fill);
   if (ring) {
     std::vector<int64_t> rect = {bw, bw, std::max(w - 1 - bw, bw), std::max(h - 1 - bw, bw)};
-    Image inner = pf.gr().coverage_mask(w, h, std::max(radius - double(bw), 0.0), rect);
+    Image inner = tools.gen_res->coverage_mask(w, h, std::max(radius - double(bw), 0.0), rect);
     img::paste(im, opaque(w, h, fill), 0, 0, &inner);
   }
   img::putalpha(im, outer);
   return im;
 }
 
-std::optional<std::string> _thumb_pic(const PageFold& pf, const std::string& out_dir,
+std::optional<std::string> _thumb_pic(const PictureTools& tools, const std::string& out_dir,
                                       const std::string& name, int64_t tw, int64_t th,
                                       const std::string& style, const std::string& default_box) {
-  if (!pf.has_gen_res()) return std::nullopt;
+  if (!tools.gen_res) return std::nullopt;
   auto [W, H, bw] = _thumb_outer_size(style, tw, th, default_box);
   double r = min_radius(radii_or_square(style, double(W), double(H)));
   std::optional<Color> bcol;
@@ -134,9 +134,9 @@ std::optional<std::string> _thumb_pic(const PageFold& pf, const std::string& out
   if (spec && spec->kind == "color") fill = spec->color;
   // A gradient knob is drawn flat in the colour of its first stop.
   if (spec && spec->kind == "gradient") fill = spec->gradient.stops.at(0).color;
-  Image im = (bcol && bw) ? _bordered_thumb(pf, W, H, r, fill, bcol, bw)
-                          : pf.gr().rounded_rect_cov(W, H, r, fill);
-  return _save_css_png(im, out_dir, name);
+  Image im = (bcol && bw) ? _bordered_thumb(tools, W, H, r, fill, bcol, bw)
+                          : tools.gen_res->rounded_rect_cov(W, H, r, fill);
+  return _save_css_png(im, out_dir, name, *tools.png_log);
 }
 
 }  // namespace pagefold

@@ -4,12 +4,12 @@
 #include <algorithm>
 #include <string>
 
+#include "assets/assets.hpp"
 #include "assets/image.hpp"
 #include "front/backgrounds.hpp"
 #include "front/box_specs.hpp"
 #include "front/readers.hpp"
 #include "front/text_clean.hpp"
-#include "pagefold/converter.hpp"
 #include "pagefold/error.hpp"
 #include "util/num.hpp"
 #include "util/regex.hpp"
@@ -51,16 +51,16 @@ PictureMaker gradient_shadow_maker(GenRes& gr, std::string expr, std::string nam
 
 }  // namespace
 
-EffectAssets PageFold::_effect_assets(Ctx& ctx, const Node& node, int64_t w, int64_t h,
-                                      const std::string& cap) {
+EffectAssets Assets::_effect_assets(Ctx& ctx, const Node& node, int64_t w, int64_t h,
+                                    const std::string& cap) {
   const Attrs& attrs = node.attrs;
   std::string style = _attr(attrs, "style").value_or("");
   std::set<std::string> classes = _classes(attrs);
   EffectAssets out;
-  if (!has_gen_res() || !asset_dir || asset_dir->empty()) return out;
-  GenRes& g = gr();
+  if (!can_generate()) return out;
+  GenRes& g = gen_res();
   const std::string who = cap_or_n(cap, ctx);
-  const int64_t ss = css_ss();
+  const int64_t ss = tools().css_ss;
 
   // Gradient: the first linear gradient of the style.
   auto grad = gradient_re().search(style);
@@ -69,7 +69,7 @@ EffectAssets PageFold::_effect_assets(Ctx& ctx, const Node& node, int64_t w, int
     if (parsed.stops.size() >= 2) {
       int64_t radius = _radius_px(style, double(w), double(h), 0);
       std::string name = numbered("grad_", who, gen_count);
-      auto pic = _gen_asset([&g, name, w, h, parsed, radius, ss](const std::string& d) {
+      auto pic = _gen_asset(ctx, [&g, name, w, h, parsed, radius, ss](const std::string& d) {
         return g.gen_gradient_stops(d, name, w, h, parsed.stops, parsed.horizontal, radius, ss);
       });
       if (pic) out.backgroundPic = pic;
@@ -86,14 +86,16 @@ EffectAssets PageFold::_effect_assets(Ctx& ctx, const Node& node, int64_t w, int
       std::optional<Color> fill = Color::rgba(30, 39, 53, 255);
       if (auto m = bg_re.search(style)) fill = _css_color(text::strip(m->group(1)));
       if (out.backgroundPic) {
-        _gen_asset(gradient_shadow_maker(g, grad->str(1), numbered("gradshadow_", who, gen_count),
-                                         w, h, radius, sh->blur, sh->color, ss));
+        _gen_asset(
+            ctx, gradient_shadow_maker(g, grad->str(1), numbered("gradshadow_", who, gen_count), w,
+                                       h, radius, sh->blur, sh->color, ss));
       } else {
         std::string name = numbered("shadow_", who, gen_count);
         ShadowSpec shadow = *sh;
-        auto pic = _gen_asset([&g, name, w, h, radius, fill, shadow, ss](const std::string& d) {
-          return g.gen_shadow_card(d, name, w, h, radius, fill, shadow, false, ss);
-        });
+        auto pic =
+            _gen_asset(ctx, [&g, name, w, h, radius, fill, shadow, ss](const std::string& d) {
+              return g.gen_shadow_card(d, name, w, h, radius, fill, shadow, false, ss);
+            });
         if (pic) {
           out.backgroundPic = pic;
           out.pad = pad;
@@ -114,7 +116,7 @@ EffectAssets PageFold::_effect_assets(Ctx& ctx, const Node& node, int64_t w, int
     if (it != chars.end()) {
       std::string emoji_ch = text::to_utf8(*it);
       std::string name = numbered("emoji_", who, gen_count);
-      auto pic = _gen_asset([&g, name, w, h, emoji_ch](const std::string& d) {
+      auto pic = _gen_asset(ctx, [&g, name, w, h, emoji_ch](const std::string& d) {
         return g.emoji_icon_box(d, name, w, h, emoji_ch);
       });
       if (pic) {
@@ -139,7 +141,7 @@ EffectAssets PageFold::_effect_assets(Ctx& ctx, const Node& node, int64_t w, int
     std::optional<Color> color = Color::rgba(66, 201, 255, 255);
     if (auto m = color_re.search(style)) color = _css_color(text::strip(m->group(1)));
     std::string base = "loading_" + who;
-    auto gif = _gen_asset([&g, base, size, color](const std::string& d) {
+    auto gif = _gen_asset(ctx, [&g, base, size, color](const std::string& d) {
       return g.frames_loading_gif(d, base + ".gif", size, color, 12);
     });
     // The frame sequence is a courtesy beside the GIF: not counted, and a
@@ -154,17 +156,17 @@ EffectAssets PageFold::_effect_assets(Ctx& ctx, const Node& node, int64_t w, int
   return out;
 }
 
-std::optional<std::string> PageFold::_icon_png(Ctx& ctx, const std::string& glyph, int64_t cw,
-                                               int64_t ch, std::optional<int64_t> color,
-                                               bool pressed) {
+std::optional<std::string> Assets::_icon_png(Ctx& ctx, const std::string& glyph, int64_t cw,
+                                             int64_t ch, std::optional<int64_t> color,
+                                             bool pressed) {
   int64_t size = std::min(std::max<int64_t>(cw, 1), std::max<int64_t>(ch, 1));
-  if (!has_gen_res() || !asset_dir || asset_dir->empty()) {
+  if (!can_generate()) {
     ctx.warnings.push_back("data-icon=\"" + glyph +
                            "\" 自动转图不可用（缺 gen_res/Pillow 或未指定 asset_dir），请给 "
                            "data-pic 自备图");
     return std::nullopt;
   }
-  GenRes& g = gr();
+  GenRes& g = gen_res();
   std::string gname = g.glyph_canonical(glyph);
   if (gname.empty()) {
     std::string avail = text::join(g.glyph_list(), ", ");
@@ -178,12 +180,12 @@ std::optional<std::string> PageFold::_icon_png(Ctx& ctx, const std::string& glyp
   // No running number: the same glyph, canvas, colour and state share a file.
   std::string name = "icon_" + gname + "_" + std::to_string(cw) + "x" + std::to_string(ch) + "_" +
                      hexs + (pressed ? "_p" : "") + ".png";
-  return _gen_asset([&g, name, gname, size, col, pressed, cw, ch](const std::string& d) {
+  return _gen_asset(ctx, [&g, name, gname, size, col, pressed, cw, ch](const std::string& d) {
     return g.glyph_icon(d, name, gname, size, col, pressed, {cw, ch});
   });
 }
 
-std::optional<int64_t> PageFold::_icon_color(const Attrs& attrs) const {
+std::optional<int64_t> Assets::_icon_color(const Attrs& attrs) const {
   return to_dec(_attr(attrs, "data-color"));
 }
 

@@ -10,11 +10,12 @@
 #include <map>
 #include <system_error>
 
+#include "util/num.hpp"
+#include "util/text.hpp"
+
 #include "assets/image.hpp"
 
 namespace pagefold {
-
-std::vector<PngLogEntry> PNG_LOG;
 
 namespace {
 
@@ -76,7 +77,8 @@ bool write_palette_candidate(const Image& img, const std::string& path, int64_t&
 
 }  // namespace
 
-std::string _save_css_png(const Image& img, const std::string& out_dir, const std::string& name) {
+std::string _save_css_png(const Image& img, const std::string& out_dir, const std::string& name,
+                          PngLog& log) {
   std::error_code ec;
   fs::create_directories(out_dir, ec);
   if (ec) img::raise_os_error(ec.value(), out_dir);
@@ -95,11 +97,11 @@ std::string _save_css_png(const Image& img, const std::string& out_dir, const st
   // A tie goes to the palette file.
   if (n_p8 && n_p8 <= rgba_sz) {
     fs::remove(probe, ec);
-    PNG_LOG.push_back({name, "p8", rgba_sz, n_p8, ndist});
+    log.entries.push_back({name, "p8", rgba_sz, n_p8, ndist});
   } else {
     fs::rename(probe, path, ec);
     if (ec) img::raise_os_error(ec.value(), probe);
-    PNG_LOG.push_back({name, "rgba", rgba_sz, rgba_sz, ndist});
+    log.entries.push_back({name, "rgba", rgba_sz, rgba_sz, ndist});
   }
   return path;
 }
@@ -140,6 +142,37 @@ int64_t _trim_png_palette(const std::string& path) {
   if (out.size() >= data.size()) return 0;
   img::write_bytes(path, out);
   return static_cast<int64_t>(data.size() - out.size());
+}
+
+std::optional<std::string> PngLog::summary() const {
+  if (entries.empty()) return std::nullopt;
+  std::vector<const PngLogEntry*> p8, rest;
+  for (const PngLogEntry& e : entries) (e.kind == "p8" ? p8 : rest).push_back(&e);
+  int64_t saved = 0, p8_rgba = 0;
+  for (const PngLogEntry* e : p8) {
+    saved += e->rgba_size - e->final_size;
+    p8_rgba += e->rgba_size;
+  }
+  std::string msg = "CSS 导出切图编码：" + std::to_string(p8.size()) +
+                    " 张走 **8bit 索引色 PNG**（调色板裁剪 + tRNS 逐档 alpha，省 " +
+                    std::to_string(saved) + " B";
+  if (!p8.empty()) {
+    double pct =
+        100.0 * static_cast<double>(saved) / static_cast<double>(std::max<int64_t>(1, p8_rgba));
+    msg += "，平均 −" + num::fmt("%.0f", pct) + "%";
+  }
+  msg += "）；" + std::to_string(rest.size()) + " 张保留 RGBA";
+  if (!rest.empty()) {
+    std::vector<std::string> shown;
+    for (size_t i = 0; i < rest.size() && i < 4; ++i) {
+      const PngLogEntry& e = *rest[i];
+      shown.push_back(e.name + " " + std::to_string(e.rgba_size) + "B→" +
+                      std::to_string(e.final_size) + "B/" + std::to_string(e.colors) + "色");
+    }
+    msg += "（索引化不划算/掉色：" + text::join(shown, "、") +
+           " —— 用色数 >256 的真渐变索引化后反而更大，需要更小请把渐变收敛成几个色标）";
+  }
+  return msg;
 }
 
 }  // namespace pagefold

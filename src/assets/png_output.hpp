@@ -1,9 +1,10 @@
 // Exact palette PNG output for the pictures this converter composes itself
 // (slider bitmaps, hit areas, nine-patches), and the log of what each save
-// chose, which the end of a conversion reports and empties.
+// chose, which belongs to one conversion and is summarised at its end.
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -18,11 +19,20 @@ struct PngLogEntry {
   std::string name, kind;
   int64_t rgba_size, final_size, colors;
 };
-extern std::vector<PngLogEntry> PNG_LOG;
+
+struct PngLog {
+  std::vector<PngLogEntry> entries;
+  // The designer's summary: how many pictures went to 8-bit palette files and
+  // what that saved, and the first four that stayed RGBA; nothing when no
+  // picture was encoded.
+  std::optional<std::string> summary() const;
+};
 
 // Writes the RGBA picture `img` to `out_dir/name`, as an 8-bit palette file
-// when that is exact and no larger than plain RGBA; answers the path.
-std::string _save_css_png(const Image& img, const std::string& out_dir, const std::string& name);
+// when that is exact and no larger than plain RGBA, and logs the choice in
+// `log`; answers the path.
+std::string _save_css_png(const Image& img, const std::string& out_dir, const std::string& name,
+                          PngLog& log);
 // Cuts the padded palette and transparency chunks of a palette PNG down to
 // the entries in use; answers the bytes saved, 0 when nothing was done.
 int64_t _trim_png_palette(const std::string& path);

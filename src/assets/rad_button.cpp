@@ -5,13 +5,12 @@
 #include <algorithm>
 #include <string>
 
+#include "assets/assets.hpp"
 #include "assets/image.hpp"
 #include "assets/png_output.hpp"
-#include "controls/tables.hpp"
 #include "front/backgrounds.hpp"
 #include "front/box_specs.hpp"
 #include "front/readers.hpp"
-#include "pagefold/converter.hpp"
 #include "util/num.hpp"
 #include "util/regex.hpp"
 #include "util/text.hpp"
@@ -67,12 +66,12 @@ std::string fill_template(const std::string& cap, int64_t radius, const std::str
 
 }  // namespace
 
-Color PageFold::_rgba_of(int64_t cint) const {
+Color Assets::_rgba_of(int64_t cint) const {
   return Color::rgba((cint >> 16) & 255, (cint >> 8) & 255, cint & 255, 0);
 }
 
-std::optional<RadDecision> PageFold::_rad_button_of(Ctx& ctx, const Node& node, const Value& pos,
-                                                    const std::string& cap) {
+std::optional<RadDecision> Assets::_rad_button_of(Ctx& ctx, const Node& node, const Value& pos,
+                                                  const std::string& cap) {
   const Attrs& attrs = node.attrs;
   std::string style = _attr(attrs, "style").value_or("");
   // A control without border-radius has square corners: no route.
@@ -122,8 +121,8 @@ std::optional<RadDecision> PageFold::_rad_button_of(Ctx& ctx, const Node& node, 
   return RadDecision{r, radii, fill, *behind};
 }
 
-bool PageFold::_try_radbutton(Ctx& ctx, const Node& node, const Value& pos, const std::string& cap,
-                              const std::optional<std::string>& text) {
+bool Assets::_try_radbutton(Ctx& ctx, const Node& node, const Value& pos, const std::string& cap,
+                            const std::optional<std::string>& text) {
   auto rb = _rad_button_of(ctx, node, pos, cap);
   if (!rb) return false;
   const Attrs& attrs = node.attrs;
@@ -152,8 +151,9 @@ bool PageFold::_try_radbutton(Ctx& ctx, const Node& node, const Value& pos, cons
   // The hot area is fully transparent, with the colour behind in its RGB.
   Color clear = _rgba_of(rb->behind);
   std::string hit_name = "btn_" + cap + "_hit.png";
-  auto hit = _gen_asset([W, H, clear, hit_name](const std::string& d) {
-    return _save_css_png(I_new_rgba(double(W), double(H), clear), d, hit_name);
+  PngLog* log = &png_log;
+  auto hit = _gen_asset(ctx, [W, H, clear, hit_name, log](const std::string& d) {
+    return _save_css_png(I_new_rgba(double(W), double(H), clear), d, hit_name, *log);
   });
   std::string hp = hit.value_or("");
   c["picTab"] = Value::object({{"pic0", hp}, {"pic1", hp}});
@@ -170,12 +170,12 @@ bool PageFold::_try_radbutton(Ctx& ctx, const Node& node, const Value& pos, cons
             "）；RadButton 只有单一半径，已取最大 " + std::to_string(rb->radius) + " */\n";
   }
   std::string code = fill_template(rcap, rb->radius, hex6(rb->behind), hex6(rb->fill), extra);
-  _rad_glue.as_array().push_back(Value::object({{"caption", rcap},
-                                                {"kind", "RadButton"},
-                                                {"radius", rb->radius},
-                                                {"bg", hex6(rb->behind)},
-                                                {"fill", hex6(rb->fill)},
-                                                {"code", code}}));
+  rad_glue.as_array().push_back(Value::object({{"caption", rcap},
+                                               {"kind", "RadButton"},
+                                               {"radius", rb->radius},
+                                               {"bg", hex6(rb->behind)},
+                                               {"fill", hex6(rb->fill)},
+                                               {"code", code}}));
   ctx.warn(
       cap + "：纯色 + border-radius=" + std::to_string(rb->radius) +
           "px → 按**需求方决策**走 `ql::ui_v1::RadButton`（painter 自绘 AA 倒角，不出切图）：json "
@@ -189,7 +189,7 @@ bool PageFold::_try_radbutton(Ctx& ctx, const Node& node, const Value& pos, cons
   return true;
 }
 
-std::pair<std::optional<std::string>, std::optional<RadDecision>> PageFold::_radbox_9pic(
+std::pair<std::optional<std::string>, std::optional<RadDecision>> Assets::_radbox_9pic(
     Ctx& ctx, const Node& node, const Value& pos, const std::string& cap, const std::string& kind) {
   auto rb = _rad_button_of(ctx, node, pos, cap);
   if (!rb) return {std::nullopt, std::nullopt};
@@ -199,14 +199,15 @@ std::pair<std::optional<std::string>, std::optional<RadDecision>> PageFold::_rad
   bool window = kind == "window";
   std::string name = std::string(window ? "card" : "pill") + "_" +
                      (cap.empty() ? std::to_string(ctx.n) : cap) + ".9.png";
-  GenRes* g = has_gen_res() ? &gr() : nullptr;
-  auto pic = _gen_asset([g, W, H, r, rgba, name](const std::string& d) {
+  GenRes* g = gen_res_;
+  PngLog* log = &png_log;
+  auto pic = _gen_asset(ctx, [g, W, H, r, rgba, name, log](const std::string& d) {
     Image im = g->rounded_rect_cov(W, H, double(r), rgba);
     std::string p = g->to_9patch(im, r, d, name);
     // Re-encoded in place as an 8-bit palette file; should that fail, the
     // module's own file stands.
     try {
-      return _save_css_png(I_open(p), d, name);
+      return _save_css_png(I_open(p), d, name, *log);
     } catch (const std::exception&) {
       return p;
     }

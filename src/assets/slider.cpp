@@ -9,11 +9,11 @@
 
 #include "assets/slider.hpp"
 
+#include "assets/assets.hpp"
 #include "assets/corner_masks.hpp"
 #include "front/backgrounds.hpp"
 #include "front/box_specs.hpp"
 #include "front/readers.hpp"
-#include "pagefold/converter.hpp"
 #include "util/num.hpp"
 #include "util/regex.hpp"
 #include "util/text.hpp"
@@ -70,9 +70,9 @@ const Node* _child_by_class(const Node& node, const std::vector<std::string>& na
   return nullptr;
 }
 
-std::string PageFold::_pseudo_style(const Node& node, const std::vector<std::string>& names) const {
-  auto it = _pseudo_css.find(&node);
-  if (it == _pseudo_css.end()) return "";
+std::string Assets::_pseudo_style(const Node& node, const std::vector<std::string>& names) const {
+  auto it = pseudo_css_.find(&node);
+  if (it == pseudo_css_.end()) return "";
   for (const std::string& name : names)
     for (const auto& [k, decl] : it->second)
       if (k == name) {
@@ -82,9 +82,9 @@ std::string PageFold::_pseudo_style(const Node& node, const std::vector<std::str
   return "";
 }
 
-bool PageFold::_seekbar_css_assets(Ctx& ctx, const Node& node, const Value& c, const Value& pos,
-                                   const std::string& cap) {
-  if (!has_gen_res() || !asset_dir || asset_dir->empty()) return false;
+bool Assets::_seekbar_css_assets(Ctx& ctx, const Node& node, const Value& c, const Value& pos,
+                                 const std::string& cap) {
+  if (!can_generate()) return false;
   const Attrs& attrs = node.attrs;
   const std::string style = _attr(attrs, "style").value_or("");
   const Node* fill_node = _child_by_class(node, SEEKBAR_FILL_CLASSES);
@@ -225,12 +225,12 @@ bool PageFold::_seekbar_css_assets(Ctx& ctx, const Node& node, const Value& c, c
 
   // Track and fill pictures. The fill is full width too: the device cuts it
   // by progress.
-  const PageFold& self = *this;
+  const PictureTools tools = this->tools();
   auto bar_picture = [&](const char* key, const char* part, const std::string& st) {
     if (st.empty() || c.get(key).truthy()) return;
     std::string name = "bar_" + who + "_" + part + ".png";
-    auto pic = _gen_asset([&self, name, W, H, st, band](const std::string& dir) {
-      return _bar_pic(self, dir, name, W, H, st, std::nullopt, band).value_or("");
+    auto pic = _gen_asset(ctx, [tools, name, W, H, st, band](const std::string& dir) {
+      return _bar_pic(tools, dir, name, W, H, st, std::nullopt, band).value_or("");
     });
     if (pic) {
       c[key] = *pic;
@@ -261,8 +261,8 @@ bool PageFold::_seekbar_css_assets(Ctx& ctx, const Node& node, const Value& c, c
     std::optional<int64_t> sw = _style_len(tstyle, "width"), sh = _style_len(tstyle, "height");
     int64_t pw = truthy(sw) ? *sw : *tw, ph = truthy(sh) ? *sh : *th;
     std::string name = "bar_" + who + "_thumb.png";
-    auto pic = _gen_asset([&self, name, pw, ph, tstyle, tbox](const std::string& dir) {
-      return _thumb_pic(self, dir, name, pw, ph, tstyle, tbox).value_or("");
+    auto pic = _gen_asset(ctx, [tools, name, pw, ph, tstyle, tbox](const std::string& dir) {
+      return _thumb_pic(tools, dir, name, pw, ph, tstyle, tbox).value_or("");
     });
     if (pic) {
       c["thumb"] = Value::object({{"size", Value::object({{"width", *tw}, {"height", *th}})},
@@ -280,7 +280,7 @@ bool PageFold::_seekbar_css_assets(Ctx& ctx, const Node& node, const Value& c, c
     }
   }
   static const Regex pseudo_re("slider-(?:thumb|runnable)");
-  if (!has_thumb_pic() && !_css_text.empty() && found(pseudo_re, _css_text))
+  if (!has_thumb_pic() && !css_text_.empty() && found(pseudo_re, css_text_))
     ctx.warn(cap +
                  "：文档里用了 `::-webkit-slider-thumb` / "
                  "`::-webkit-slider-runnable-track`，但本节点没解析出可用的滑块尺寸（缺 "

@@ -5,11 +5,11 @@
 #include <string>
 #include <vector>
 
+#include "controls/controls.hpp"
 #include "controls/tables.hpp"
 #include "front/backgrounds.hpp"
 #include "front/box_specs.hpp"
 #include "front/readers.hpp"
-#include "pagefold/converter.hpp"
 #include "util/regex.hpp"
 #include "util/text.hpp"
 
@@ -25,7 +25,7 @@ std::string join(const std::vector<std::string>& parts) { return text::join(part
 
 }  // namespace
 
-void PageFold::_warn_css_effects(Ctx& ctx, const Node& node,
+void Controls::_warn_css_effects(Ctx& ctx, const Node& node,
                                  const std::optional<std::string>& typ) {
   const Attrs& attrs = node.attrs;
   // The author supplies a picture: nothing to audit.
@@ -62,10 +62,10 @@ void PageFold::_warn_css_effects(Ctx& ctx, const Node& node,
   }
 }
 
-std::set<std::string> PageFold::_convertible_effects(const Node& node, const std::string& style,
+std::set<std::string> Controls::_convertible_effects(const Node& node, const std::string& style,
                                                      const std::vector<std::string>& hit,
                                                      const std::optional<std::string>& typ) const {
-  if (!has_gen_res() || !asset_dir || asset_dir->empty() || !typ) return {};
+  if (!assets_.can_generate() || !typ) return {};
   if (!EFFECT_CONSUMERS.count(*typ)) return {};
   const std::set<std::string> cls = _classes(node.attrs);
   std::set<std::string> h;

@@ -4,9 +4,9 @@
 #include <algorithm>
 #include <string>
 
+#include "controls/controls.hpp"
 #include "controls/tables.hpp"
 #include "front/readers.hpp"
-#include "pagefold/converter.hpp"
 #include "util/num.hpp"
 #include "util/regex.hpp"
 #include "util/text.hpp"
@@ -22,19 +22,12 @@ Value add_numbers(const Value& a, const Value& b) {
 
 std::string style_of(const Attrs& attrs) { return _attr(attrs, "style").value_or(""); }
 
-// The colour-integer text of a marker or root value (the integers kept there).
-std::optional<int64_t> as_color(const Value& v) {
-  if (v.is_int()) return v.as_int();
-  if (v.is_real()) return num::trunc(v.as_real());
-  return std::nullopt;
-}
-
 const char* const POS_KEYS[] = {"height", "left", "top", "width"};
 const int64_t POS_DEFAULTS[] = {40, 0, 0, 100};
 
 }  // namespace
 
-std::string PageFold::_caption(Ctx& ctx, const std::string& typ, const Attrs& attrs) {
+std::string Controls::_caption(Ctx& ctx, const std::string& typ, const Attrs& attrs) {
   const OptStr raw = _attr(attrs, "data-caption");
   if (!raw || raw->empty()) return ctx.name(typ);
   static const Regex not_ident(R"([^A-Za-z0-9_])");
@@ -44,7 +37,7 @@ std::string PageFold::_caption(Ctx& ctx, const std::string& typ, const Attrs& at
   return "_" + cap;
 }
 
-Value PageFold::_pos(const Attrs& attrs) const {
+Value Controls::_pos(Ctx& ctx, const Attrs& attrs) const {
   Value pos = _style_pos(style_of(attrs));
   // Any usable alias overrides the style; the first usable one wins.
   for (const auto& [key, suffixes] : POS_ALIAS) {
@@ -60,15 +53,13 @@ Value PageFold::_pos(const Attrs& attrs) const {
   // Children of containers grown by a shadow move with the growth of every
   // enclosing container, up to the nearest list view: list items are laid
   // out by the list itself.
-  if (ctx) {
-    for (auto it = ctx->stack.rbegin(); it != ctx->stack.rend(); ++it) {
-      if (!it->is_object() || it->get("__listview").truthy()) break;
-      const Value pad = it->get("__pad");
-      if (!pad.truthy()) continue;
-      for (const char* k : {"left", "top"}) {
-        const Value cur = pos.contains(k) ? pos.get(k) : Value(int64_t{0});
-        pos[k] = add_numbers(cur, pad);
-      }
+  for (auto it = ctx.stack.rbegin(); it != ctx.stack.rend(); ++it) {
+    if (!it->is_object() || it->get("__listview").truthy()) break;
+    const Value pad = it->get("__pad");
+    if (!pad.truthy()) continue;
+    for (const char* k : {"left", "top"}) {
+      const Value cur = pos.contains(k) ? pos.get(k) : Value(int64_t{0});
+      pos[k] = add_numbers(cur, pad);
     }
   }
   Value out = Value::object();
@@ -79,21 +70,7 @@ Value PageFold::_pos(const Attrs& attrs) const {
   return out;
 }
 
-std::optional<int64_t> PageFold::_font_size(const Attrs& attrs) const {
-  for (const std::string& name : FS_ATTRS) {
-    const OptStr v = nonempty_attr(attrs, name);
-    if (!v) continue;
-    if (auto px = parse_px(v)) return px;
-  }
-  static const Regex font_size(R"((?:^|;)\s*font-size\s*:\s*([^;]+))");
-  const std::string style = style_of(attrs);
-  if (auto m = font_size.search(style)) {
-    if (auto px = parse_px(m->str(1))) return px;
-  }
-  return std::nullopt;
-}
-
-void PageFold::_text_extra(const Value& c, const Attrs& attrs) const {
+void Controls::_text_extra(const Value& c, const Attrs& attrs) const {
   const struct {
     const char* attr;
     const char* key;
@@ -115,31 +92,7 @@ void PageFold::_text_extra(const Value& c, const Attrs& attrs) const {
   if (auto iv = parse_px(_attr(attrs, "data-roll-interval"))) c["rollIntervalTime"] = Value(*iv);
 }
 
-std::optional<int64_t> PageFold::_bg_color(const Attrs& attrs) const {
-  if (auto v = to_dec(_attr(attrs, "data-background"))) return v;
-  if (auto v = to_dec(_attr(attrs, "data-bg"))) return v;
-  static const Regex background(R"((?:^|;)\s*background(?:-color)?\s*:\s*([^;]+))");
-  const std::string style = style_of(attrs);
-  // A gradient is no colour: the declaration then answers absent.
-  if (auto m = background.search(style)) return to_dec(text::strip(m->group(1)));
-  return std::nullopt;
-}
-
-int64_t PageFold::_bg_or(const Attrs& attrs, int64_t dflt) const {
-  return _bg_color(attrs).value_or(dflt);
-}
-
-std::optional<int64_t> PageFold::_ancestor_bg(const Ctx& ctx) const {
-  for (auto it = ctx.stack.rbegin(); it != ctx.stack.rend(); ++it) {
-    if (!it->is_object() || it->get("__listview").truthy()) break;
-    const Value bg = it->get("__bg");
-    if (!bg.is_null()) return as_color(bg);
-  }
-  if (!ctx.root.is_object()) return std::nullopt;
-  return as_color(ctx.root.get("backgroundColor"));
-}
-
-void PageFold::_corner_bg(Ctx& ctx, const Value& c, const Attrs&, std::optional<int64_t> given,
+void Controls::_corner_bg(Ctx& ctx, const Value& c, const Attrs&, std::optional<int64_t> given,
                           const std::string& cap) {
   if (given) {
     c["bgColorTab"] = Value::object({{"color0", Value(*given)}});

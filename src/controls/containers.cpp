@@ -5,10 +5,10 @@
 #include <algorithm>
 #include <string>
 
+#include "controls/controls.hpp"
 #include "controls/tables.hpp"
 #include "front/box_specs.hpp"
 #include "front/readers.hpp"
-#include "pagefold/converter.hpp"
 #include "util/num.hpp"
 #include "util/regex.hpp"
 
@@ -29,10 +29,10 @@ std::string num_text(const Value& v) {
 
 }  // namespace
 
-void PageFold::_open_window(Ctx& ctx, const Node& node, bool modal) {
+void Controls::_open_window(Ctx& ctx, const Node& node, bool modal) {
   const Attrs& attrs = node.attrs;
   const std::string cap = _caption(ctx, "window", attrs);
-  const Value pos = _pos(attrs);
+  const Value pos = _pos(ctx, attrs);
   Value c = Value::object({
       {"backgroundColor", Value(int64_t{-1})},
       {"caption", Value(cap)},
@@ -62,7 +62,7 @@ void PageFold::_open_window(Ctx& ctx, const Node& node, bool modal) {
   static const Regex drawn_elsewhere("linear-gradient|box-shadow");
   const std::string style = _attr(attrs, "style").value_or("");
   if (!pic_ahead && !drawn_elsewhere.search(style)) {
-    auto [pic9, info9] = _radbox_9pic(ctx, node, pos, cap, "window");
+    auto [pic9, info9] = assets_._radbox_9pic(ctx, node, pos, cap, "window");
     if (pic9 && !pic9->empty()) {
       c["backgroundPic"] = Value(*pic9);
       if (info9) c["backgroundColor"] = Value(info9->behind);
@@ -76,8 +76,8 @@ void PageFold::_open_window(Ctx& ctx, const Node& node, bool modal) {
   if (pic) c["backgroundPic"] = Value(image_path(*pic));
 
   if (!pic) {
-    const EffectAssets eff = _effect_assets(ctx, node, int_or(pos.get("width"), 100),
-                                            int_or(pos.get("height"), 40), cap);
+    const EffectAssets eff = assets_._effect_assets(ctx, node, int_or(pos.get("width"), 100),
+                                                    int_or(pos.get("height"), 40), cap);
     if (eff.backgroundPic && !eff.backgroundPic->empty()) {
       c["backgroundPic"] = Value(*eff.backgroundPic);
       if (eff.pad && *eff.pad != 0) {
@@ -104,7 +104,7 @@ void PageFold::_open_window(Ctx& ctx, const Node& node, bool modal) {
   ctx.stack.push_back(c);
 }
 
-void PageFold::_open_listview(Ctx& ctx, const Node& node) {
+void Controls::_open_listview(Ctx& ctx, const Node& node) {
   const Attrs& attrs = node.attrs;
   const std::string cap = _caption(ctx, "listview", attrs);
   // The template every row of the list is drawn from.
@@ -137,7 +137,7 @@ void PageFold::_open_listview(Ctx& ctx, const Node& node) {
       {"hasScrollbar", Value(true)},
       {"id", Value(id)},
       {"rows", Value(int64_t{5})},
-      {"position", _pos(attrs)},
+      {"position", _pos(ctx, attrs)},
       {"colSpacing", Value(int64_t{0})},
       {"rowSpacing", Value(int64_t{1})},
       {"orientation", Value(int64_t{1})},

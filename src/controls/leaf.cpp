@@ -6,42 +6,43 @@
 #include <utility>
 #include <vector>
 
+#include "controls/controls.hpp"
 #include "front/readers.hpp"
 #include "front/text_clean.hpp"
-#include "pagefold/converter.hpp"
 
 namespace pagefold {
 
 namespace {
 
-using Branch = Value (PageFold::*)(Ctx&, const Node&, Leaf&);
+using Branch = Value (Controls::*)(Ctx&, const Node&, Leaf&);
 
 // The branches in the order they are tried; the type word is compared exactly.
 const std::vector<std::pair<std::string, Branch>>& branches() {
   static const std::vector<std::pair<std::string, Branch>> table = {
-      {"textview", &PageFold::_leaf_textview},   {"imageanim", &PageFold::_leaf_imageanim},
-      {"button", &PageFold::_leaf_button},       {"edittext", &PageFold::_leaf_edittext},
-      {"seekbar", &PageFold::_leaf_seekbar},     {"checkbox", &PageFold::_leaf_checkbox},
-      {"circlebar", &PageFold::_leaf_circlebar}, {"digitalclock", &PageFold::_leaf_digitalclock},
-      {"slidetext", &PageFold::_leaf_slidetext}, {"cameraview", &PageFold::_leaf_cameraview},
-      {"painter", &PageFold::_leaf_painter},     {"pointer", &PageFold::_leaf_pointer},
-      {"qrcode", &PageFold::_leaf_qrcode},       {"videoview", &PageFold::_leaf_videoview},
-      {"icon", &PageFold::_leaf_icon},
+      {"textview", &Controls::_leaf_textview},   {"imageanim", &Controls::_leaf_imageanim},
+      {"button", &Controls::_leaf_button},       {"edittext", &Controls::_leaf_edittext},
+      {"seekbar", &Controls::_leaf_seekbar},     {"checkbox", &Controls::_leaf_checkbox},
+      {"circlebar", &Controls::_leaf_circlebar}, {"digitalclock", &Controls::_leaf_digitalclock},
+      {"slidetext", &Controls::_leaf_slidetext}, {"cameraview", &Controls::_leaf_cameraview},
+      {"painter", &Controls::_leaf_painter},     {"pointer", &Controls::_leaf_pointer},
+      {"qrcode", &Controls::_leaf_qrcode},       {"videoview", &Controls::_leaf_videoview},
+      {"icon", &Controls::_leaf_icon},
   };
   return table;
 }
 
 }  // namespace
 
-void PageFold::_leaf(Ctx& ctx, const Node& node, const std::string& typ) {
+void Controls::_leaf(Ctx& ctx, const Node& node, const std::string& typ) {
   const Attrs& attrs = node.attrs;
   // All three run before any test, so a list item or a radio button also
   // uses up a caption number and reports the characters its text loses.
   Leaf a;
   a.typ = typ;
   a.cap = _caption(ctx, typ, attrs);
-  a.pos = _pos(attrs);
-  a.text = _clean_text(node.text, &ctx, a.cap);
+  a.pos = _pos(ctx, attrs);
+  const WarnFn warn = page_warner(ctx);
+  a.text = _clean_text(node.text, &warn, a.cap);
 
   if (ctx.top_has("__listview")) {
     _leaf_subitem(ctx, node, a);
@@ -52,7 +53,7 @@ void PageFold::_leaf(Ctx& ctx, const Node& node, const std::string& typ) {
     return;
   }
 
-  Branch branch = &PageFold::_leaf_fallback;
+  Branch branch = &Controls::_leaf_fallback;
   for (const auto& [word, fn] : branches()) {
     if (word == typ) {
       branch = fn;

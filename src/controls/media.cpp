@@ -4,10 +4,10 @@
 #include <algorithm>
 #include <string>
 
+#include "controls/controls.hpp"
 #include "controls/leaf_support.hpp"
 #include "front/readers.hpp"
 #include "front/text_clean.hpp"
-#include "pagefold/converter.hpp"
 #include "util/regex.hpp"
 
 namespace pagefold {
@@ -29,7 +29,7 @@ std::optional<std::string> emoji_of(const std::string& raw) {
 
 }  // namespace
 
-Value PageFold::_leaf_imageanim(Ctx& ctx, const Node& node, Leaf& a) {
+Value Controls::_leaf_imageanim(Ctx& ctx, const Node& node, Leaf& a) {
   const Attrs& attrs = node.attrs;
   Value c = Value::object({
       {"caption", a.cap},
@@ -49,7 +49,7 @@ Value PageFold::_leaf_imageanim(Ctx& ctx, const Node& node, Leaf& a) {
   return c;
 }
 
-Value PageFold::_leaf_slidetext(Ctx& ctx, const Node& node, Leaf& a) {
+Value Controls::_leaf_slidetext(Ctx& ctx, const Node& node, Leaf& a) {
   const Attrs& attrs = node.attrs;
   Value c = Value::object({
       {"caption", a.cap},
@@ -68,7 +68,7 @@ Value PageFold::_leaf_slidetext(Ctx& ctx, const Node& node, Leaf& a) {
   return c;
 }
 
-Value PageFold::_leaf_cameraview(Ctx& ctx, const Node& node, Leaf& a) {
+Value Controls::_leaf_cameraview(Ctx& ctx, const Node& node, Leaf& a) {
   const Attrs& attrs = node.attrs;
   Value c = headed(0, a.cap,
                    {
@@ -93,7 +93,7 @@ Value PageFold::_leaf_cameraview(Ctx& ctx, const Node& node, Leaf& a) {
   return c;
 }
 
-Value PageFold::_leaf_painter(Ctx& ctx, const Node&, Leaf& a) {
+Value Controls::_leaf_painter(Ctx& ctx, const Node&, Leaf& a) {
   return headed(-1, a.cap,
                 {
                     {"id", ctx.nid("painter")},
@@ -103,7 +103,7 @@ Value PageFold::_leaf_painter(Ctx& ctx, const Node&, Leaf& a) {
                 });
 }
 
-Value PageFold::_leaf_qrcode(Ctx& ctx, const Node& node, Leaf& a) {
+Value Controls::_leaf_qrcode(Ctx& ctx, const Node& node, Leaf& a) {
   const Attrs& attrs = node.attrs;
   Value c = headed(16777215, a.cap,
                    {
@@ -120,7 +120,7 @@ Value PageFold::_leaf_qrcode(Ctx& ctx, const Node& node, Leaf& a) {
   return c;
 }
 
-Value PageFold::_leaf_videoview(Ctx& ctx, const Node& node, Leaf& a) {
+Value Controls::_leaf_videoview(Ctx& ctx, const Node& node, Leaf& a) {
   const Attrs& attrs = node.attrs;
   Value c = headed(0, a.cap,
                    {
@@ -141,7 +141,7 @@ Value PageFold::_leaf_videoview(Ctx& ctx, const Node& node, Leaf& a) {
   return c;
 }
 
-Value PageFold::_leaf_icon(Ctx& ctx, const Node& node, Leaf& a) {
+Value Controls::_leaf_icon(Ctx& ctx, const Node& node, Leaf& a) {
   const Attrs& attrs = node.attrs;
   // An icon is a text view with a picture; its caption was made as an icon.
   a.typ = "textview";
@@ -164,8 +164,8 @@ Value PageFold::_leaf_icon(Ctx& ctx, const Node& node, Leaf& a) {
     return c;
   }
   if (OptStr glyph = _glyph_from_attrs(attrs)) {
-    auto name = _icon_png(ctx, *glyph, size_or(a.pos, "width", 100), size_or(a.pos, "height", 40),
-                          _icon_color(attrs), false);
+    auto name = assets_._icon_png(ctx, *glyph, size_or(a.pos, "width", 100),
+                                  size_or(a.pos, "height", 40), assets_._icon_color(attrs), false);
     if (name && !name->empty()) o.set("backgroundPic", *name);
   }
   if (!o.contains("backgroundPic")) {
@@ -173,19 +173,21 @@ Value PageFold::_leaf_icon(Ctx& ctx, const Node& node, Leaf& a) {
       int64_t size =
           std::max(int_of(size_of(a.pos, "width", 100)), int_of(size_of(a.pos, "height", 100)));
       std::string name = "emoji_" + (a.cap.empty() ? std::to_string(ctx.n) : a.cap) + "_" +
-                         std::to_string(gen_count) + ".png";
-      // The maker captures what it needs now and draws only when run.
-      PictureMaker maker = [this, name, size, ch = *ch](const std::string& d) {
-        return gr().emoji_icon(d, name, size, ch);
+                         std::to_string(assets_.gen_count) + ".png";
+      // The maker captures what it needs now and draws only when run, which
+      // the gate does only when the module is there.
+      GenRes* g = assets_.has_gen_res() ? &assets_.gen_res() : nullptr;
+      PictureMaker maker = [g, name, size, ch = *ch](const std::string& d) {
+        return g->emoji_icon(d, name, size, ch);
       };
-      auto pic = _gen_asset(maker);
+      auto pic = assets_._gen_asset(ctx, maker);
       if (pic && !pic->empty()) o.set("backgroundPic", *pic);
     }
   }
   return c;
 }
 
-Value PageFold::_leaf_fallback(Ctx& ctx, const Node& node, Leaf& a) {
+Value Controls::_leaf_fallback(Ctx& ctx, const Node& node, Leaf& a) {
   // The element keeps only its box: text, colour and effects are dropped.
   a.typ = "textview";
   return Value::object({

@@ -3,8 +3,8 @@
 #include <string>
 #include <utility>
 
+#include "controls/controls.hpp"
 #include "front/readers.hpp"
-#include "pagefold/converter.hpp"
 #include "util/num.hpp"
 #include "util/regex.hpp"
 #include "util/text.hpp"
@@ -33,10 +33,10 @@ bool _has_pos_attr(const Attrs& attrs) {
 
 }  // namespace
 
-std::pair<int64_t, int64_t> PageFold::_screen_size(const Node& node) const {
+std::pair<int64_t, int64_t> Controls::_screen_size(const Node& node) const {
   // A forced resolution wins over everything the page says; a malformed one
   // is silently the default size.
-  OptStr r = (res && !res->empty()) ? res : _attr(node.attrs, "data-res");
+  OptStr r = (res_ && !res_->empty()) ? res_ : _attr(node.attrs, "data-res");
   if (r && !r->empty()) {
     static const Regex wxh(R"(^\s*(\d+)\s*[xX]\s*(\d+)\s*$)");
     if (auto m = wxh.match(*r)) {
@@ -57,13 +57,13 @@ std::pair<int64_t, int64_t> PageFold::_screen_size(const Node& node) const {
   return {DEFAULT_W, DEFAULT_H};
 }
 
-Value PageFold::_open_screen(Ctx& ctx, const Node& node) {
+Value Controls::_open_screen(Ctx& ctx, const Node& node) {
   auto [w, h] = _screen_size(node);
 
   std::optional<int64_t> bg = to_dec(_attr(node.attrs, "data-background"));
   if (!bg) bg = to_dec(_attr(node.attrs, "data-bg"));
   if (!bg) {
-    bg = _page_bg;
+    bg = page_bg_;
     if (bg) {
       ctx.warn("页面底色取自 CSS 的 html/body background（#" + num::hex(*bg, 6) +
                    "）—— 已写进 json 根 backgroundColor（.screen 自己没有 data-bg）",
@@ -90,7 +90,7 @@ Value PageFold::_open_screen(Ctx& ctx, const Node& node) {
   }
 
   if (_has_pos_attr(node.attrs)) {
-    root["position"] = _pos(node.attrs);
+    root["position"] = _pos(ctx, node.attrs);
   } else {
     root["position"] = Value::object({{"height", h}, {"left", 0}, {"top", 0}, {"width", w}});
   }

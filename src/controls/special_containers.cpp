@@ -4,10 +4,10 @@
 // window.
 #include <string>
 
+#include "controls/controls.hpp"
 #include "controls/tables.hpp"
 #include "front/readers.hpp"
 #include "front/text_clean.hpp"
-#include "pagefold/converter.hpp"
 #include "util/num.hpp"
 #include "util/text.hpp"
 
@@ -41,10 +41,10 @@ void open_and_push(Ctx& ctx, const std::string& typ, const Value& c) {
 
 // The scroll window and the page window differ only in their type word and
 // in the page window's roll speed.
-void open_scroller(PageFold& pf, Ctx& ctx, const Node& node, const std::string& typ,
+void open_scroller(Controls& controls, Ctx& ctx, const Node& node, const std::string& typ,
                    bool roll_speed) {
   const Attrs& attrs = node.attrs;
-  const std::string cap = pf._caption(ctx, typ, attrs);
+  const std::string cap = controls._caption(ctx, typ, attrs);
   Value c = Value::object({
       {"caption", Value(cap)},
       {"dragMaxDis", Value(int64_t{200})},
@@ -53,7 +53,7 @@ void open_scroller(PageFold& pf, Ctx& ctx, const Node& node, const std::string& 
       {"orientation", Value(int64_t{0})},
   });
   if (roll_speed) c["rollSpeed"] = Value(int64_t{60});
-  c["position"] = pf._pos(attrs);
+  c["position"] = controls._pos(ctx, attrs);
   // Zero is a value here.
   if (auto v = parse_px(_attr(attrs, "data-drag-max"))) c["dragMaxDis"] = Value(*v);
   if (auto v = parse_px(_attr(attrs, "data-orientation"))) c["orientation"] = Value(*v);
@@ -67,10 +67,10 @@ void open_scroller(PageFold& pf, Ctx& ctx, const Node& node, const std::string& 
 
 }  // namespace
 
-void PageFold::_open_diagram(Ctx& ctx, const Node& node) {
+void Controls::_open_diagram(Ctx& ctx, const Node& node) {
   const Attrs& attrs = node.attrs;
   const std::string cap = _caption(ctx, "diagram", attrs);
-  const Value pos = _pos(attrs);
+  const Value pos = _pos(ctx, attrs);
   const int64_t id = ctx.nid("diagram");
   Value c = Value::object({
       {"backgroundColor", Value(int64_t{-1})},
@@ -99,7 +99,7 @@ void PageFold::_open_diagram(Ctx& ctx, const Node& node) {
   open_and_push(ctx, "diagram", c);
 }
 
-void PageFold::_append_wave(Ctx& ctx, const Node& node) {
+void Controls::_append_wave(Ctx& ctx, const Node& node) {
   const Attrs& attrs = node.attrs;
   const std::string cap = _caption(ctx, "wave", attrs);
   const OptStr antialias = nonempty_attr(attrs, "data-antialias");
@@ -118,10 +118,10 @@ void PageFold::_append_wave(Ctx& ctx, const Node& node) {
   ctx.stack.back()["infos"].as_array().push_back(w);
 }
 
-void PageFold::_open_slidewindow(Ctx& ctx, const Node& node) {
+void Controls::_open_slidewindow(Ctx& ctx, const Node& node) {
   const Attrs& attrs = node.attrs;
   const std::string cap = _caption(ctx, "slidewindow", attrs);
-  const Value pos = _pos(attrs);
+  const Value pos = _pos(ctx, attrs);
   Value c = Value::object({{"caption", Value(cap)},
                            {"cols", int_value(attrs, "data-cols", 4)},
                            {"rows", int_value(attrs, "data-rows", 2)},
@@ -161,7 +161,7 @@ void PageFold::_open_slidewindow(Ctx& ctx, const Node& node) {
   open_and_push(ctx, "slidewindow", c);
 }
 
-void PageFold::_append_slideitem(Ctx& ctx, const Node& node) {
+void Controls::_append_slideitem(Ctx& ctx, const Node& node) {
   const Attrs& attrs = node.attrs;
   Value pic_tab = Value::object();
   Value item = Value::object({
@@ -182,15 +182,15 @@ void PageFold::_append_slideitem(Ctx& ctx, const Node& node) {
   ctx.stack.back()["items"].as_array().push_back(item);
 }
 
-void PageFold::_open_scrollwindow(Ctx& ctx, const Node& node) {
+void Controls::_open_scrollwindow(Ctx& ctx, const Node& node) {
   open_scroller(*this, ctx, node, "scrollwindow", false);
 }
 
-void PageFold::_open_pagewindow(Ctx& ctx, const Node& node) {
+void Controls::_open_pagewindow(Ctx& ctx, const Node& node) {
   open_scroller(*this, ctx, node, "pagewindow", true);
 }
 
-void PageFold::_open_radiogroup(Ctx& ctx, const Node& node) {
+void Controls::_open_radiogroup(Ctx& ctx, const Node& node) {
   const Attrs& attrs = node.attrs;
   const std::string cap = _caption(ctx, "radiogroup", attrs);
   const int64_t id = ctx.nid("radiogroup");
@@ -198,7 +198,7 @@ void PageFold::_open_radiogroup(Ctx& ctx, const Node& node) {
       {"backgroundColor", Value(int64_t{-1})},
       {"caption", Value(cap)},
       {"id", Value(id)},
-      {"position", _pos(attrs)},
+      {"position", _pos(ctx, attrs)},
       {"touchable", Value(true)},
       {"visible", Value(true)},
       {"__container", Value(true)},

@@ -68,19 +68,6 @@ const std::vector<std::string>& class_row(std::string_view typ) {
 
 const std::vector<std::string> POS_ATTRS = {"data-x", "data-y", "data-w", "data-h"};
 
-const std::vector<std::pair<std::string, int64_t>> ALIGN = {
-    {"left", 36}, {"center", 37}, {"right", 38}, {"l", 36}, {"c", 37}, {"r", 38},
-};
-
-std::optional<int64_t> align_code(std::string_view word) {
-  for (const auto& [w, code] : ALIGN)
-    if (w == word) return code;
-  return std::nullopt;
-}
-
-const std::vector<std::string> FS_ATTRS = {"data-fs", "data-font-size", "data-fontsize",
-                                           "data-fontSize"};
-
 const std::vector<std::pair<std::string, std::vector<std::string>>> POS_ALIAS = {
     {"left", {"left", "x"}},
     {"top", {"top", "y"}},

@@ -32,12 +32,6 @@ const std::vector<std::string>& class_row(std::string_view typ);
 // The absolute-position attributes of a control.
 extern const std::vector<std::string> POS_ATTRS;
 
-// Alignment word (lower case) to the runtime's alignment code.
-extern const std::vector<std::pair<std::string, int64_t>> ALIGN;
-std::optional<int64_t> align_code(std::string_view word);
-
-// Font-size attribute aliases, tried in order.
-extern const std::vector<std::string> FS_ATTRS;
 // Position key to its attribute suffixes (each behind "data-"), in order.
 extern const std::vector<std::pair<std::string, std::vector<std::string>>> POS_ALIAS;
 

@@ -7,11 +7,11 @@
 #include <exception>
 #include <string>
 
+#include "controls/controls.hpp"
 #include "controls/leaf_support.hpp"
 #include "front/box_specs.hpp"
 #include "front/readers.hpp"
 #include "front/text_clean.hpp"
-#include "pagefold/converter.hpp"
 #include "pagefold/error.hpp"
 #include "util/regex.hpp"
 
@@ -46,15 +46,14 @@ bool all_finite(const Value& v) {
 
 // Radio buttons and check boxes open alike: their alignment, the unchecked
 // state, and the colours behind the box unchecked (`bg`) and checked.
-Value toggle_head(const PageFold& pf, const Attrs& attrs, const std::string& cap, int64_t align,
-                  int64_t bg) {
+Value toggle_head(const Attrs& attrs, const std::string& cap, int64_t align, int64_t bg) {
   return Value::object({
       {"alignment", align},
       {"backgroundColor", -1},
       {"bold", false},
       {"caption", cap},
       {"checked", false},
-      {"fontSize", size_or_default(pf._font_size(attrs), 16)},
+      {"fontSize", size_or_default(_font_size(attrs), 16)},
       {"italic", false},
       {"touchable", true},
       {"bgColorTab", Value::object({
@@ -66,7 +65,7 @@ Value toggle_head(const PageFold& pf, const Attrs& attrs, const std::string& cap
 
 }  // namespace
 
-void PageFold::_leaf_subitem(Ctx& ctx, const Node& node, Leaf& a) {
+void Controls::_leaf_subitem(Ctx& ctx, const Node& node, Leaf& a) {
   const Attrs& attrs = node.attrs;
   std::optional<int64_t> bg = _bg_color(attrs);
   Value c = Value::object({
@@ -93,8 +92,8 @@ void PageFold::_leaf_subitem(Ctx& ctx, const Node& node, Leaf& a) {
   if (OptStr pic = first_nonempty(attrs, {"data-pic", "data-bgpic", "data-src", "src"})) {
     o.set("backgroundPic", image_path(*pic));
   } else if (OptStr glyph = _glyph_from_attrs(attrs)) {
-    auto name = _icon_png(ctx, *glyph, size_or(a.pos, "width", 100), size_or(a.pos, "height", 40),
-                          _icon_color(attrs), false);
+    auto name = assets_._icon_png(ctx, *glyph, size_or(a.pos, "width", 100),
+                                  size_or(a.pos, "height", 40), assets_._icon_color(attrs), false);
     if (truthy(name)) o.set("backgroundPic", *name);
   }
 
@@ -116,9 +115,9 @@ void PageFold::_leaf_subitem(Ctx& ctx, const Node& node, Leaf& a) {
   item.get("subItem").as_array().push_back(c);
 }
 
-void PageFold::_leaf_radiobutton(Ctx& ctx, const Node& node, Leaf& a) {
+void Controls::_leaf_radiobutton(Ctx& ctx, const Node& node, Leaf& a) {
   const Attrs& attrs = node.attrs;
-  Value c = toggle_head(*this, attrs, a.cap, 38, RADIO_BG);
+  Value c = toggle_head(attrs, a.cap, 38, RADIO_BG);
   Object& o = c.as_object();
   o.set("colorTab", color0(*_color_explicit(attrs, {"data-color"}, TEXT_COLOR)));
   o.set("id", ctx.nid("radiobutton"));
@@ -145,7 +144,7 @@ void PageFold::_leaf_radiobutton(Ctx& ctx, const Node& node, Leaf& a) {
   top.get("radiobuttons").as_array().push_back(c);
 }
 
-Value PageFold::_leaf_textview(Ctx& ctx, const Node& node, Leaf& a) {
+Value Controls::_leaf_textview(Ctx& ctx, const Node& node, Leaf& a) {
   const Attrs& attrs = node.attrs;
   Value c = Value::object({
       {"alignment", alignment(attrs, "left", 36)},
@@ -167,7 +166,7 @@ Value PageFold::_leaf_textview(Ctx& ctx, const Node& node, Leaf& a) {
   static const Regex drawn_effects("linear-gradient|radial-gradient|box-shadow");
   const std::string style = attr_or_empty(attrs, "style");
   if (attr_or_empty(attrs, "data-bgpic").empty() && !drawn_effects.search(style)) {
-    auto [pic, info] = _radbox_9pic(ctx, node, a.pos, a.cap, "textview");
+    auto [pic, info] = assets_._radbox_9pic(ctx, node, a.pos, a.cap, "textview");
     if (truthy(pic)) {
       o.set("backgroundPic", *pic);
       _corner_bg(ctx, c, attrs, std::nullopt, a.cap);
@@ -184,8 +183,8 @@ Value PageFold::_leaf_textview(Ctx& ctx, const Node& node, Leaf& a) {
   if (!text.empty()) o.set("text", text);
   _text_extra(c, attrs);
 
-  EffectAssets eff =
-      _effect_assets(ctx, node, size_or(a.pos, "width", 100), size_or(a.pos, "height", 40), a.cap);
+  EffectAssets eff = assets_._effect_assets(ctx, node, size_or(a.pos, "width", 100),
+                                            size_or(a.pos, "height", 40), a.cap);
   if (eff.use_emoji) {
     o.erase("text");
     _corner_bg(ctx, c, attrs, bgc, a.cap);
@@ -220,9 +219,9 @@ Value PageFold::_leaf_textview(Ctx& ctx, const Node& node, Leaf& a) {
   return c;
 }
 
-Value PageFold::_leaf_button(Ctx& ctx, const Node& node, Leaf& a) {
+Value Controls::_leaf_button(Ctx& ctx, const Node& node, Leaf& a) {
   const Attrs& attrs = node.attrs;
-  if (_try_radbutton(ctx, node, a.pos, a.cap, a.text)) return Value();
+  if (assets_._try_radbutton(ctx, node, a.pos, a.cap, a.text)) return Value();
 
   const std::string text = a.text.value_or("");
   std::optional<int64_t> bgc = _bg_color(attrs);
@@ -253,10 +252,10 @@ Value PageFold::_leaf_button(Ctx& ctx, const Node& node, Leaf& a) {
 
   OptStr glyph = _glyph_from_attrs(attrs);
   if (pics.as_object().empty() && glyph) {
-    std::optional<int64_t> col = _icon_color(attrs);
+    std::optional<int64_t> col = assets_._icon_color(attrs);
     int64_t w = size_or(a.pos, "width", 100), h = size_or(a.pos, "height", 40);
-    auto p0 = _icon_png(ctx, *glyph, w, h, col, false);
-    auto p1 = _icon_png(ctx, *glyph, w, h, col, true);
+    auto p0 = assets_._icon_png(ctx, *glyph, w, h, col, false);
+    auto p1 = assets_._icon_png(ctx, *glyph, w, h, col, true);
     if (truthy(p0)) {
       o.set("picTab", Value::object({{"pic0", *p0}, {"pic1", truthy(p1) ? *p1 : *p0}}));
       o.erase("bgColorTab");
@@ -275,8 +274,8 @@ Value PageFold::_leaf_button(Ctx& ctx, const Node& node, Leaf& a) {
       o.set("backgroundPic", image_path(*bgpic));
     } else {
       // Of the effects a button takes only the picture and its shadow growth.
-      EffectAssets eff = _effect_assets(ctx, node, size_or(a.pos, "width", 100),
-                                        size_or(a.pos, "height", 40), a.cap);
+      EffectAssets eff = assets_._effect_assets(ctx, node, size_or(a.pos, "width", 100),
+                                                size_or(a.pos, "height", 40), a.cap);
       if (truthy(eff.backgroundPic)) {
         o.set("picTab",
               Value::object({{"pic0", *eff.backgroundPic}, {"pic1", *eff.backgroundPic}}));
@@ -299,7 +298,7 @@ Value PageFold::_leaf_button(Ctx& ctx, const Node& node, Leaf& a) {
   return c;
 }
 
-Value PageFold::_leaf_edittext(Ctx& ctx, const Node& node, Leaf& a) {
+Value Controls::_leaf_edittext(Ctx& ctx, const Node& node, Leaf& a) {
   const Attrs& attrs = node.attrs;
   Value c = Value::object({
       {"alignment", 37},
@@ -321,8 +320,10 @@ Value PageFold::_leaf_edittext(Ctx& ctx, const Node& node, Leaf& a) {
     o.set("isPassword", true);
     if (OptStr pc = nonempty_attr(attrs, "data-password-char")) o.set("passwordChar", *pc);
   }
-  if (OptStr hint = nonempty_attr(attrs, "data-hint"))
-    o.set("hintText", _clean_text(hint, &ctx, a.cap).value_or(""));
+  if (OptStr hint = nonempty_attr(attrs, "data-hint")) {
+    const WarnFn warn = page_warner(ctx);
+    o.set("hintText", _clean_text(hint, &warn, a.cap).value_or(""));
+  }
   if (auto hc = _color_explicit(attrs, {"data-hint-color"}, std::nullopt))
     o.set("hintTextColor", *hc);
   o.set("text", a.text.value_or(""));
@@ -330,7 +331,7 @@ Value PageFold::_leaf_edittext(Ctx& ctx, const Node& node, Leaf& a) {
   return c;
 }
 
-Value PageFold::_leaf_checkbox(Ctx& ctx, const Node& node, Leaf& a) {
+Value Controls::_leaf_checkbox(Ctx& ctx, const Node& node, Leaf& a) {
   const Attrs& attrs = node.attrs;
   // The default box is a square of the control's height. The attribute texts
   // are read as plain integers: "24px" is refused loudly.
@@ -340,7 +341,7 @@ Value PageFold::_leaf_checkbox(Ctx& ctx, const Node& node, Leaf& a) {
   int64_t pad = int_attr_or(attrs, "data-pad", 6);
   int64_t text_w = std::max<int64_t>(int_of(cw) - iw - pad, 10);
 
-  Value c = toggle_head(*this, attrs, a.cap, 36, CHECKBOX_BG);
+  Value c = toggle_head(attrs, a.cap, 36, CHECKBOX_BG);
   Object& o = c.as_object();
   o.set("colorTab", Value::object({
                         {"color0", *_color_explicit(attrs, {"data-color"}, TEXT_COLOR)},

@@ -5,9 +5,9 @@
 #include <string>
 #include <utility>
 
+#include "controls/controls.hpp"
 #include "controls/leaf_support.hpp"
 #include "front/readers.hpp"
-#include "pagefold/converter.hpp"
 
 namespace pagefold {
 
@@ -32,7 +32,7 @@ void set_number_pair(Object& o, const Attrs& attrs, std::string_view name, std::
 
 }  // namespace
 
-Value PageFold::_leaf_seekbar(Ctx& ctx, const Node& node, Leaf& a) {
+Value Controls::_leaf_seekbar(Ctx& ctx, const Node& node, Leaf& a) {
   const Attrs& attrs = node.attrs;
   Value c = headed(-1, a.cap,
                    {
@@ -71,7 +71,7 @@ Value PageFold::_leaf_seekbar(Ctx& ctx, const Node& node, Leaf& a) {
     o.set("thumb", thumb);
   }
 
-  _seekbar_css_assets(ctx, node, c, a.pos, a.cap);
+  assets_._seekbar_css_assets(ctx, node, c, a.pos, a.cap);
 
   // A bar without a thumb keeps the key, empty, and stays untouchable.
   if (!o.contains("thumb")) {
@@ -82,7 +82,7 @@ Value PageFold::_leaf_seekbar(Ctx& ctx, const Node& node, Leaf& a) {
   return c;
 }
 
-Value PageFold::_leaf_circlebar(Ctx& ctx, const Node& node, Leaf& a) {
+Value Controls::_leaf_circlebar(Ctx& ctx, const Node& node, Leaf& a) {
   const Attrs& attrs = node.attrs;
   Value cw = size_of(a.pos, "width", 200), ch = size_of(a.pos, "height", 200);
   Value c = headed(
@@ -141,7 +141,7 @@ Value PageFold::_leaf_circlebar(Ctx& ctx, const Node& node, Leaf& a) {
   return c;
 }
 
-Value PageFold::_leaf_pointer(Ctx& ctx, const Node& node, Leaf& a) {
+Value Controls::_leaf_pointer(Ctx& ctx, const Node& node, Leaf& a) {
   const Attrs& attrs = node.attrs;
   Value c = headed(-1, a.cap,
                    {
@@ -177,7 +177,7 @@ Value PageFold::_leaf_pointer(Ctx& ctx, const Node& node, Leaf& a) {
   return c;
 }
 
-Value PageFold::_leaf_digitalclock(Ctx& ctx, const Node& node, Leaf& a) {
+Value Controls::_leaf_digitalclock(Ctx& ctx, const Node& node, Leaf& a) {
   const Attrs& attrs = node.attrs;
   Value c = Value::object({
       {"backgroundColor", -1},

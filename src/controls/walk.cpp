@@ -5,9 +5,9 @@
 #include <string>
 #include <vector>
 
+#include "controls/controls.hpp"
 #include "controls/tables.hpp"
 #include "front/readers.hpp"
-#include "pagefold/converter.hpp"
 #include "util/text.hpp"
 
 namespace pagefold {
@@ -24,8 +24,8 @@ bool has_any_ctrl_class(const std::set<std::string>& classes) {
 }
 
 // Walks every child of `node` against the current stack.
-void walk_children(PageFold& pf, Ctx& ctx, const Node& node) {
-  for (const Node* child : node.children) pf._walk(ctx, *child);
+void walk_children(Controls& controls, Ctx& ctx, const Node& node) {
+  for (const Node* child : node.children) controls._walk(ctx, *child);
 }
 
 // An element of an attribute list is a (name, value) pair; a bare attribute
@@ -56,19 +56,22 @@ void warn_slide_child(Ctx& ctx, const std::set<std::string>& classes, const Attr
            "slidewindow-child-not-item");
 }
 
-using Opener = void (PageFold::*)(Ctx&, const Node&);
+using Opener = void (Controls::*)(Ctx&, const Node&);
 
 Opener container_opener(const std::string& typ) {
-  if (typ == "listview") return &PageFold::_open_listview;
-  if (typ == "radiogroup") return &PageFold::_open_radiogroup;
-  if (typ == "diagram") return &PageFold::_open_diagram;
-  if (typ == "slidewindow") return &PageFold::_open_slidewindow;
-  if (typ == "scrollwindow") return &PageFold::_open_scrollwindow;
-  if (typ == "pagewindow") return &PageFold::_open_pagewindow;
+  if (typ == "listview") return &Controls::_open_listview;
+  if (typ == "radiogroup") return &Controls::_open_radiogroup;
+  if (typ == "diagram") return &Controls::_open_diagram;
+  if (typ == "slidewindow") return &Controls::_open_slidewindow;
+  if (typ == "scrollwindow") return &Controls::_open_scrollwindow;
+  if (typ == "pagewindow") return &Controls::_open_pagewindow;
   return nullptr;
 }
 
 }  // namespace
+
+Controls::Controls(std::optional<std::string> res, std::optional<int64_t> page_bg, Assets& assets)
+    : res_(std::move(res)), page_bg_(page_bg), assets_(assets) {}
 
 std::string _detect_type(const std::string& tag, const std::set<std::string>& classes,
                          const Attrs* attrs) {
@@ -99,7 +102,7 @@ std::string _detect_type(const std::string& tag, const std::set<std::string>& cl
   return "textview";
 }
 
-void PageFold::_walk(Ctx& ctx, const Node& node) {
+void Controls::_walk(Ctx& ctx, const Node& node) {
   const std::set<std::string> classes = _classes(node.attrs);
   const std::string& tag = node.tag;
   const std::string typ = _detect_type(tag, classes, &node.attrs);

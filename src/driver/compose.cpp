@@ -5,22 +5,20 @@
 #include <tuple>
 #include <vector>
 
-#include "driver/ctx_scope.hpp"
+#include "driver/converter.hpp"
+#include "finish/finish.hpp"
 #include "front/readers.hpp"
-#include "pagefold/converter.hpp"
 #include "pagefold/error.hpp"
 
 namespace pagefold {
 
 std::tuple<Value, std::vector<std::string>, std::vector<std::string>> PageFold::_compose_windows(
-    const std::vector<const Node*>& screens, const Value& meta) {
+    Controls& controls, const std::vector<const Node*>& screens, const Value& meta) {
   // All windows take the first screen's size and the root its properties.
   const Node& first = *screens.front();
-  auto [W, H] = _screen_size(first);
-  Ctx ctx(&modules());
-  CtxScope scope(*this, &ctx);
-
-  _open_screen(ctx, first);
+  auto [W, H] = controls._screen_size(first);
+  Ctx ctx = new_ctx();
+  controls._open_screen(ctx, first);
   // Reserve the window keys first so that they number 1..N.
   std::vector<std::string> keys;
   for (size_t i = 0; i < screens.size(); ++i) keys.push_back(ctx.key("window"));
@@ -54,7 +52,7 @@ std::tuple<Value, std::vector<std::string>, std::vector<std::string>> PageFold::
     try {
       ctx.root[key] = page;
       ctx.stack.push_back(page);
-      for (const Node* child : node.children) _walk(ctx, *child);
+      for (const Node* child : node.children) controls._walk(ctx, *child);
       ctx.stack.pop_back();
     } catch (const std::exception& e) {
       // One failing screen costs its window, not the document.
@@ -73,7 +71,7 @@ std::tuple<Value, std::vector<std::string>, std::vector<std::string>> PageFold::
 
   if (ctx.root.truthy()) {
     _strip_markers(ctx.root);
-    _fix_slidewindow_icon_size(ctx.root, true);
+    _fix_slidewindow_icon_size(ctx, ctx.root, asset_dir, true);
   }
   meta["pagesProduced"] = made;
   return {ctx.root, ctx.warnings, made_ids};

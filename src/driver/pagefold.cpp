@@ -19,7 +19,8 @@
 #include <utility>
 #include <vector>
 
-#include "pagefold/converter.hpp"
+#include "driver/converter.hpp"
+#include "finish/finish.hpp"
 #include "pagefold/error.hpp"
 #include "util/text.hpp"
 #include "util/value_text.hpp"
@@ -305,8 +306,8 @@ Finished convert_and_finish(const std::string& text, const std::optional<std::st
   for (const Page& page : *cr.pages) _finalize_layout(page.second, warnings);
   done.pages = std::move(*cr.pages);
   done.meta = cr.meta;
-  done.gen_count = conv.gen_count;
-  done.rad_glue = conv._rad_glue;
+  done.gen_count = cr.gen_count;
+  done.rad_glue = cr.rad_glue;
   return done;
 }
 

@@ -4,9 +4,9 @@
 #include <utility>
 #include <vector>
 
-#include "driver/ctx_scope.hpp"
+#include "driver/converter.hpp"
+#include "finish/finish.hpp"
 #include "front/readers.hpp"
-#include "pagefold/converter.hpp"
 #include "util/regex.hpp"
 #include "util/text.hpp"
 
@@ -39,15 +39,15 @@ void find_screens(const Node& top, std::vector<const Node*>& screens,
 
 }  // namespace
 
-std::pair<Value, std::vector<std::string>> PageFold::_convert_one(const Node& node) {
-  Ctx ctx(&modules());
-  CtxScope scope(*this, &ctx);
-  _open_screen(ctx, node);
+std::pair<Value, std::vector<std::string>> PageFold::_convert_one(Controls& controls,
+                                                                  const Node& node) {
+  Ctx ctx = new_ctx();
+  controls._open_screen(ctx, node);
   // The page element itself never becomes a control: only its children do.
-  for (const Node* child : node.children) _walk(ctx, *child);
+  for (const Node* child : node.children) controls._walk(ctx, *child);
   if (ctx.root.truthy()) {
     _strip_markers(ctx.root);
-    _fix_slidewindow_icon_size(ctx.root, false);
+    _fix_slidewindow_icon_size(ctx, ctx.root, asset_dir, false);
   }
   return {ctx.root, ctx.warnings};
 }
@@ -59,7 +59,7 @@ std::pair<std::vector<const Node*>, std::vector<const Node*>> PageFold::_find_sc
   return {screens, nested};
 }
 
-std::string PageFold::_page_id(const Node& node, int64_t k) const {
+std::string PageFold::_page_id(const Node& node, int64_t k) {
   // Page ids become file name stems, so path and shell characters go.
   static const Regex unsafe(R"([\\/:*?"<>|\s]+)");
   std::string pid = stripped_attr(node, "data-page");
@@ -67,13 +67,13 @@ std::string PageFold::_page_id(const Node& node, int64_t k) const {
   return unsafe.sub("_", pid);
 }
 
-std::string PageFold::_page_label(const Node& node, int64_t k) const {
+std::string PageFold::_page_label(const Node& node, int64_t k) {
   std::string pid = _page_id(node, k);
   std::string nm = stripped_attr(node, "data-page-name");
   return nm.empty() ? pid : pid + "(" + nm + ")";
 }
 
-std::string PageFold::_nest_label(const Node& node, int64_t k) const {
+std::string PageFold::_nest_label(const Node& node, int64_t k) {
   std::string pid = stripped_attr(node, "data-page");
   return pid.empty() ? "嵌套屏" + std::to_string(k) : pid;
 }

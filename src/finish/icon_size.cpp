@@ -14,7 +14,7 @@
 #include <utility>
 #include <vector>
 
-#include "pagefold/converter.hpp"
+#include "finish/finish.hpp"
 #include "pagefold/error.hpp"
 #include "util/text.hpp"
 #include "util/value_text.hpp"
@@ -139,8 +139,7 @@ std::string size_text(const Size& s) {
 
 }  // namespace
 
-std::vector<std::pair<std::string, Value>> PageFold::_slidewindow_dicts(const Value& d,
-                                                                        bool recursive) {
+std::vector<std::pair<std::string, Value>> _slidewindow_dicts(const Value& d, bool recursive) {
   std::vector<std::pair<std::string, Value>> out;
   auto visit = [&](auto&& self, const Value& m) -> void {
     for (const auto& [k, v] : m.as_object()) {
@@ -153,10 +152,9 @@ std::vector<std::pair<std::string, Value>> PageFold::_slidewindow_dicts(const Va
   return out;
 }
 
-void PageFold::_fix_slidewindow_icon_size(const Value& root, bool recursive) {
-  auto note = [&](const std::string& msg) {
-    if (ctx) ctx->warnings.push_back(msg);
-  };
+void _fix_slidewindow_icon_size(Ctx& ctx, const Value& root,
+                                const std::optional<std::string>& asset_dir, bool recursive) {
+  auto note = [&](const std::string& msg) { ctx.warnings.push_back(msg); };
   for (const auto& [key, sw] : _slidewindow_dicts(root, recursive)) {
     Value items = sw.get("items");
     if (!items.truthy()) continue;

@@ -7,7 +7,7 @@
 #include <utility>
 #include <vector>
 
-#include "pagefold/converter.hpp"
+#include "finish/finish.hpp"
 #include "pagefold/error.hpp"
 #include "util/num.hpp"
 #include "util/regex.hpp"

@@ -8,12 +8,19 @@
 #include <optional>
 #include <set>
 #include <string>
+#include <unordered_map>
+#include <utility>
 #include <vector>
 
-#include "pagefold/converter.hpp"
 #include "pagefold/node.hpp"
 
 namespace pagefold {
+
+// Pseudo-element declarations per node: node identity to (name, declarations)
+// pairs in first-seen order. The cascade fills it; the slider translation
+// reads a slider's track, thumb and fill styles from it.
+using PseudoBucket = std::vector<std::pair<std::string, std::string>>;
+using PseudoTable = std::unordered_map<const Node*, PseudoBucket>;
 
 // One whitespace-separated token of a selector.
 struct Compound {

@@ -282,4 +282,45 @@ OptStr first_nonempty(const Attrs& attrs, std::initializer_list<std::string_view
   return std::nullopt;
 }
 
+// ---- common attributes of every control
+
+const std::vector<std::pair<std::string, int64_t>> ALIGN = {
+    {"left", 36}, {"center", 37}, {"right", 38}, {"l", 36}, {"c", 37}, {"r", 38},
+};
+
+std::optional<int64_t> align_code(std::string_view word) {
+  for (const auto& [w, code] : ALIGN)
+    if (w == word) return code;
+  return std::nullopt;
+}
+
+const std::vector<std::string> FS_ATTRS = {"data-fs", "data-font-size", "data-fontsize",
+                                           "data-fontSize"};
+
+std::optional<int64_t> _font_size(const Attrs& attrs) {
+  for (const std::string& name : FS_ATTRS) {
+    const OptStr v = nonempty_attr(attrs, name);
+    if (!v) continue;
+    if (auto px = parse_px(v)) return px;
+  }
+  static const Regex font_size(R"((?:^|;)\s*font-size\s*:\s*([^;]+))");
+  const std::string style = _attr(attrs, "style").value_or("");
+  if (auto m = font_size.search(style)) {
+    if (auto px = parse_px(m->str(1))) return px;
+  }
+  return std::nullopt;
+}
+
+std::optional<int64_t> _bg_color(const Attrs& attrs) {
+  if (auto v = to_dec(_attr(attrs, "data-background"))) return v;
+  if (auto v = to_dec(_attr(attrs, "data-bg"))) return v;
+  static const Regex background(R"((?:^|;)\s*background(?:-color)?\s*:\s*([^;]+))");
+  const std::string style = _attr(attrs, "style").value_or("");
+  // A gradient is no colour: the declaration then answers absent.
+  if (auto m = background.search(style)) return to_dec(text::strip(m->group(1)));
+  return std::nullopt;
+}
+
+int64_t _bg_or(const Attrs& attrs, int64_t dflt) { return _bg_color(attrs).value_or(dflt); }
+
 }  // namespace pagefold

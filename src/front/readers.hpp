@@ -7,6 +7,7 @@
 #include <set>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "pagefold/json.hpp"
@@ -48,6 +49,21 @@ std::optional<int64_t> _style_len_ref(const OptStr& style, std::string_view key,
 std::optional<int64_t> _color_explicit(const Attrs& attrs, const std::vector<std::string>& names,
                                        std::optional<int64_t> dflt);
 std::optional<bool> _bool_attr(const Attrs& attrs, std::string_view name);
+
+// Alignment word (lower case: "left"/"l", "center"/"c", "right"/"r") to the
+// runtime's alignment code 36, 37 or 38.
+extern const std::vector<std::pair<std::string, int64_t>> ALIGN;
+std::optional<int64_t> align_code(std::string_view word);
+
+// Font-size attribute aliases, tried in order.
+extern const std::vector<std::string> FS_ATTRS;
+// The control's font size: the first usable alias, else `font-size` of the
+// style; absent when none is usable.
+std::optional<int64_t> _font_size(const Attrs& attrs);
+// The control's own background colour: data-background, data-bg, then the
+// style's background or background-color (a gradient there reads as absent).
+std::optional<int64_t> _bg_color(const Attrs& attrs);
+int64_t _bg_or(const Attrs& attrs, int64_t dflt);
 
 // Searches the property pattern "(?:^|;)\s*<key>\s*:\s*([^;]+)" in `style`
 // and answers group 1 (untrimmed) of the first occurrence.

@@ -5,7 +5,6 @@
 
 #include <algorithm>
 
-#include "pagefold/ctx.hpp"
 #include "util/regex.hpp"
 #include "util/text.hpp"
 
@@ -36,7 +35,7 @@ bool _is_emoji(char32_t ch) {
 
 namespace {
 
-void report(Ctx& ctx, const std::u32string& dropped, const std::string& where) {
+void report(const WarnFn& warn, const std::u32string& dropped, const std::string& where) {
   const bool all_emoji = std::all_of(dropped.begin(), dropped.end(), _is_emoji);
   const std::string kind = all_emoji ? "emoji" : "黑名单特殊符号";
   std::string shown;
@@ -51,12 +50,12 @@ void report(Ctx& ctx, const std::u32string& dropped, const std::string& where) {
   // The same characters lost in two texts are one warning, wherever they were.
   std::u32string sorted = dropped;
   std::sort(sorted.begin(), sorted.end());
-  ctx.warn(msg, "drop:" + kind + ":" + text::to_utf8(sorted));
+  warn(msg, "drop:" + kind + ":" + text::to_utf8(sorted));
 }
 
 }  // namespace
 
-std::optional<std::string> _clean_text(const std::optional<std::string>& s, Ctx* ctx,
+std::optional<std::string> _clean_text(const std::optional<std::string>& s, const WarnFn* warn,
                                        const std::string& where) {
   static const Regex blanks(R"([ \t\r\f\x0b]+)");
   if (!s || s->empty()) return s;
@@ -68,7 +67,7 @@ std::optional<std::string> _clean_text(const std::optional<std::string>& s, Ctx*
       out += ch;
     }
   }
-  if (ctx && !dropped.empty()) report(*ctx, dropped, where);
+  if (warn && !dropped.empty()) report(*warn, dropped, where);
   // Line feeds survive inside the text; only the ends lose them.
   return text::strip(blanks.sub(" ", text::to_utf8(out)));
 }

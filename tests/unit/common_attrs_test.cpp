@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "front/readers.hpp"
 #include "testkit.hpp"
 
 namespace pagefold {
@@ -17,21 +18,22 @@ using testkit::pretty;
 class CommonAttrs : public ::testing::Test {
  protected:
   Modules modules = testkit::no_modules();
-  PageFold pf{std::nullopt, std::nullopt, &modules};
-  Ctx ctx{&modules};
+  testkit::Stages stages{&modules};
+  Controls& controls = stages.controls;
+  Ctx& ctx = stages.ctx;
 
   // Opens a container record on the stack with the given markers.
   void push(const std::string& json) { ctx.stack.push_back(J(json)); }
 };
 
 TEST_F(CommonAttrs, CaptionCleansAndCountsPerType) {
-  EXPECT_EQ(pf._caption(ctx, "button", {}), "Button1");
-  EXPECT_EQ(pf._caption(ctx, "button", {{"data-caption", ""}}), "Button2");
-  EXPECT_EQ(pf._caption(ctx, "wave", {{"data-caption", std::nullopt}}), "Wave1");
-  EXPECT_EQ(pf._caption(ctx, "button", {{"data-caption", "9 lives"}}), "_9_lives");
-  EXPECT_EQ(pf._caption(ctx, "button", {{"data-caption", "确定 ok"}}), "___ok");
-  EXPECT_EQ(pf._caption(ctx, "button", {{"data-caption", "_a-b"}}), "_a_b");
-  EXPECT_EQ(pf._caption(ctx, "button", {}), "Button3");
+  EXPECT_EQ(controls._caption(ctx, "button", {}), "Button1");
+  EXPECT_EQ(controls._caption(ctx, "button", {{"data-caption", ""}}), "Button2");
+  EXPECT_EQ(controls._caption(ctx, "wave", {{"data-caption", std::nullopt}}), "Wave1");
+  EXPECT_EQ(controls._caption(ctx, "button", {{"data-caption", "9 lives"}}), "_9_lives");
+  EXPECT_EQ(controls._caption(ctx, "button", {{"data-caption", "确定 ok"}}), "___ok");
+  EXPECT_EQ(controls._caption(ctx, "button", {{"data-caption", "_a-b"}}), "_a_b");
+  EXPECT_EQ(controls._caption(ctx, "button", {}), "Button3");
 }
 
 struct PosCase {
@@ -55,87 +57,86 @@ TEST_F(CommonAttrs, PositionAliasesOverrideTheStyle) {
       {{{"data-height", "12px"}, {"data-width", "30"}, {"data-top", "1"}, {"data-y", "2"}},
        R"({"height": 12, "left": 0, "top": 1, "width": 30})"},
   };
-  for (const auto& c : cases) EXPECT_EQ(pretty(pf._pos(c.attrs)), pretty(J(c.want)));
+  for (const auto& c : cases) EXPECT_EQ(pretty(controls._pos(ctx, c.attrs)), pretty(J(c.want)));
 }
 
 TEST_F(CommonAttrs, PadsOfGrownContainersAddUpToTheNearestList) {
-  pf.ctx = &ctx;
   push(R"({"__pad": 3})");
   push(R"({"__listview": true})");
   push(R"({"__pad": 12, "__bg": 0})");
   push(R"({"__pad": 0})");
-  EXPECT_EQ(pretty(pf._pos({{"data-x", "1"}})),
+  EXPECT_EQ(pretty(controls._pos(ctx, {{"data-x", "1"}})),
             pretty(J(R"({"height": 40, "left": 13, "top": 12, "width": 100})")));
   // Without the list both pads count.
   ctx.stack.erase(ctx.stack.begin() + 1);
-  EXPECT_EQ(pretty(pf._pos({})),
+  EXPECT_EQ(pretty(controls._pos(ctx, {})),
             pretty(J(R"({"height": 40, "left": 15, "top": 15, "width": 100})")));
   // A stack entry that is no map ends the walk.
   ctx.stack.insert(ctx.stack.begin() + 1, Value("not a map"));
-  EXPECT_EQ(pretty(pf._pos({})),
+  EXPECT_EQ(pretty(controls._pos(ctx, {})),
             pretty(J(R"({"height": 40, "left": 12, "top": 12, "width": 100})")));
 }
 
 TEST_F(CommonAttrs, FontSizeAliasesThenStyle) {
-  EXPECT_EQ(pf._font_size({{"data-fs", "0"}}), 0);
-  EXPECT_EQ(pf._font_size({{"data-fs", "abc"}, {"data-font-size", "20"}}), 20);
-  EXPECT_EQ(pf._font_size({{"data-fontsize", "18px"}, {"style", "font-size: 30px"}}), 18);
-  EXPECT_EQ(pf._font_size({{"style", "color:red; font-size : 22.8px ;font-size: 9px"}}), 22);
-  EXPECT_EQ(pf._font_size({{"style", "font-size: 2em"}}), std::nullopt);
-  EXPECT_EQ(pf._font_size({}), std::nullopt);
+  EXPECT_EQ(_font_size({{"data-fs", "0"}}), 0);
+  EXPECT_EQ(_font_size({{"data-fs", "abc"}, {"data-font-size", "20"}}), 20);
+  EXPECT_EQ(_font_size({{"data-fontsize", "18px"}, {"style", "font-size: 30px"}}), 18);
+  EXPECT_EQ(_font_size({{"style", "color:red; font-size : 22.8px ;font-size: 9px"}}), 22);
+  EXPECT_EQ(_font_size({{"style", "font-size: 2em"}}), std::nullopt);
+  EXPECT_EQ(_font_size({}), std::nullopt);
 }
 
 TEST_F(CommonAttrs, TextExtraWritesPresentAttributesInOrder) {
   Value c = J(R"({"bold": true, "text": "x"})");
-  pf._text_extra(c, {{"data-roll-interval", "300"},
-                     {"data-italic", std::nullopt},
-                     {"data-roll-direction", " 2 "},
-                     {"data-roll", "true"},
-                     {"data-bold", "0"},
-                     {"data-roll-step", "abc"}});
+  controls._text_extra(c, {{"data-roll-interval", "300"},
+                           {"data-italic", std::nullopt},
+                           {"data-roll-direction", " 2 "},
+                           {"data-roll", "true"},
+                           {"data-bold", "0"},
+                           {"data-roll-step", "abc"}});
   EXPECT_EQ(pretty(c), pretty(J(R"({"bold": false, "text": "x", "rollEnable": true,
       "rollDirection": 2, "rollIntervalTime": 300})")));
   Value d = Value::object();
-  pf._text_extra(
+  controls._text_extra(
       d, {{"data-roll-direction", "left"}, {"data-italic", "TRUE"}, {"data-roll-step", "4px"}});
   EXPECT_EQ(pretty(d), pretty(J(R"({"italic": false, "rollDirection": "left", "rollStep": 4})")));
 }
 
 TEST_F(CommonAttrs, BackgroundColourSources) {
-  EXPECT_EQ(pf._bg_color({{"data-background", "#000000"}, {"data-bg", "#FFFFFF"}}), 0);
-  EXPECT_EQ(pf._bg_color({{"data-background", "red"}, {"data-bg", "0x10"}}), 16);
-  EXPECT_EQ(pf._bg_color({{"style", "color: #fff; background-color: #FF0000"}}), 0xFF0000);
-  EXPECT_EQ(pf._bg_color({{"style", "background: linear-gradient(#fff, #000)"}}), std::nullopt);
-  EXPECT_EQ(pf._bg_color({}), std::nullopt);
-  EXPECT_EQ(pf._bg_or({{"data-bg", "#000000"}}, 16777215), 0);
-  EXPECT_EQ(pf._bg_or({{"data-bg", "navy"}}, 16777215), 16777215);
+  EXPECT_EQ(_bg_color({{"data-background", "#000000"}, {"data-bg", "#FFFFFF"}}), 0);
+  EXPECT_EQ(_bg_color({{"data-background", "red"}, {"data-bg", "0x10"}}), 16);
+  EXPECT_EQ(_bg_color({{"style", "color: #fff; background-color: #FF0000"}}), 0xFF0000);
+  EXPECT_EQ(_bg_color({{"style", "background: linear-gradient(#fff, #000)"}}), std::nullopt);
+  EXPECT_EQ(_bg_color({}), std::nullopt);
+  EXPECT_EQ(_bg_or({{"data-bg", "#000000"}}, 16777215), 0);
+  EXPECT_EQ(_bg_or({{"data-bg", "navy"}}, 16777215), 16777215);
 }
 
 TEST_F(CommonAttrs, AncestorColourSkipsNullsAndStopsAtLists) {
-  EXPECT_EQ(pf._ancestor_bg(ctx), std::nullopt);
+  EXPECT_EQ(_ancestor_bg(ctx), std::nullopt);
   ctx.root = J(R"({"backgroundColor": -1})");
-  EXPECT_EQ(pf._ancestor_bg(ctx), -1);
+  EXPECT_EQ(_ancestor_bg(ctx), -1);
   push(R"({"__bg": 255})");
   push(R"({"__bg": null})");
-  EXPECT_EQ(pf._ancestor_bg(ctx), 255);
+  EXPECT_EQ(_ancestor_bg(ctx), 255);
   push(R"({"__listview": true, "__bg": 7})");
-  EXPECT_EQ(pf._ancestor_bg(ctx), -1);
+  EXPECT_EQ(_ancestor_bg(ctx), -1);
   ctx.stack.back() = J(R"({"__bg": 0})");
-  EXPECT_EQ(pf._ancestor_bg(ctx), 0);
+  EXPECT_EQ(_ancestor_bg(ctx), 0);
 }
 
 TEST_F(CommonAttrs, CornerColourGivenInheritedOrMissing) {
   Value c = J(R"({"bgColorTab": {"color0": 1}})");
-  pf._corner_bg(ctx, c, {}, 0, "Pic1");
+  controls._corner_bg(ctx, c, {}, 0, "Pic1");
   EXPECT_EQ(pretty(c), pretty(J(R"({"bgColorTab": {"color0": 0}})")));
   EXPECT_TRUE(ctx.warnings.empty());
 
-  pf._corner_bg(ctx, c, {}, std::nullopt, "Pic1");
+  controls._corner_bg(ctx, c, {}, std::nullopt, "Pic1");
   EXPECT_EQ(pretty(c), "{}");
   push(R"({"__bg": 16777215})");
   Value d = Value::object();
-  pf._corner_bg(ctx, d, {}, std::nullopt, "");
-  pf._corner_bg(ctx, d, {}, std::nullopt, "");
+  controls._corner_bg(ctx, d, {}, std::nullopt, "");
+  controls._corner_bg(ctx, d, {}, std::nullopt, "");
   EXPECT_EQ(pretty(d), pretty(J(R"({"bgColorTab": {"color0": 16777215}})")));
   EXPECT_EQ(ctx.warnings,
             (std::vector<std::string>{

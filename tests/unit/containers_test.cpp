@@ -44,11 +44,10 @@ std::string joined(const std::vector<std::string>& names) {
 std::vector<std::string> audit(const Modules& modules, std::optional<std::string> asset_dir,
                                const std::string& tag, const Attrs& attrs,
                                const std::optional<std::string>& typ) {
-  PageFold pf(std::nullopt, asset_dir, &modules);
-  Ctx ctx(&modules);
+  testkit::Stages stages(&modules, asset_dir);
   Node node{tag, attrs, {}, ""};
-  pf._warn_css_effects(ctx, node, typ);
-  return ctx.warnings;
+  stages.controls._warn_css_effects(stages.ctx, node, typ);
+  return stages.ctx.warnings;
 }
 
 TEST(CssAudit, ConvertedAndLostEffectsWithPictureGeneration) {
@@ -153,11 +152,11 @@ TEST(CssAudit, SilentCases) {
 
 TEST(CssAudit, NoticesRepeatForEqualElements) {
   const Modules modules = testkit::no_modules();
-  PageFold pf(std::nullopt, std::nullopt, &modules);
-  Ctx ctx(&modules);
+  testkit::Stages stages(&modules);
+  Ctx& ctx = stages.ctx;
   Node node{"div", {{"style", "opacity: .5"}}, {}, ""};
-  pf._warn_css_effects(ctx, node, "textview");
-  pf._warn_css_effects(ctx, node, "textview");
+  stages.controls._warn_css_effects(ctx, node, "textview");
+  stages.controls._warn_css_effects(ctx, node, "textview");
   EXPECT_EQ(ctx.warnings.size(), 2u);
   EXPECT_EQ(ctx.warnings[0], ctx.warnings[1]);
 }

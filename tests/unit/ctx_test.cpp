@@ -22,7 +22,7 @@ std::string repeat(const std::string& s, int n) {
 }
 
 TEST(CtxWarn, DeduplicatesByKeyOrByTheFirst80CodePoints) {
-  Ctx ctx;
+  Ctx ctx = testkit::page_ctx();
   ctx.warn(repeat("x", 100));
   ctx.warn(repeat("x", 80) + "y");        // same first 80: dropped
   ctx.warn(repeat("x", 80) + "y", "k1");  // own key: kept
@@ -36,7 +36,7 @@ TEST(CtxWarn, DeduplicatesByKeyOrByTheFirst80CodePoints) {
 }
 
 TEST(CtxCounters, KeysRunOnAcrossTypesIdsPerTypeNamesByPrefix) {
-  Ctx ctx;
+  Ctx ctx = testkit::page_ctx();
   std::vector<std::string> keys, names;
   for (const char* t : {"textview", "button", "textview", "slidetext", "icon", "icon"}) {
     keys.push_back(ctx.key(t));
@@ -63,7 +63,7 @@ TEST(CtxAdd, CompletesThroughUiEmitAndStoresInTheOpenContainer) {
   auto ui = std::make_shared<testkit::FakeUiEmit>();
   ui->unfilled = {"textview", "button"};
   Modules m = testkit::fake_modules(ui);
-  Ctx ctx(&m);
+  Ctx ctx = testkit::page_ctx(&m);
   ctx.root = Value::object();
   EXPECT_EQ(ctx.add("window", Value::object({{"caption", "w"}})), "window__1");
   ctx.stack.push_back(ctx.root.get("window__1"));
@@ -91,7 +91,7 @@ class ThrowingUiEmit : public UiEmit {
 TEST(CtxAdd, AFailingLayerWarnsOnceAndTheRecordIsStoredAsFilledSoFar) {
   Modules broken;
   broken.ui_emit = std::make_shared<ThrowingUiEmit>();
-  Ctx ctx(&broken);
+  Ctx ctx = testkit::page_ctx(&broken);
   ctx.root = Value::object();
   ctx.add("textview", Value::object({{"text", "a"}}));
   ctx.add("button", Value::object());

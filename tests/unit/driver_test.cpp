@@ -7,6 +7,7 @@
 #include <filesystem>
 #include <sstream>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "assets/png_output.hpp"
@@ -100,8 +101,10 @@ TEST_F(Driver, AFailingMergedScreenLeavesAGapInTheSharedRoot) {
              screen("c")));
   p.close();
   PageFold pf(std::nullopt, std::nullopt, &none);
+  testkit::Stages stages(&none);
   Value meta = J(R"({"pagesProduced": 0, "failed": []})");
-  auto [root, warnings, made] = pf._compose_windows(PageFold::_find_screens(*p.root).first, meta);
+  auto [root, warnings, made] =
+      pf._compose_windows(stages.controls, PageFold::_find_screens(*p.root).first, meta);
   // The failed window's key stays unused; ids are given as windows are built.
   EXPECT_FALSE(root.contains("window__2"));
   EXPECT_EQ(root.get("window__3").get("id"), Value(110003));
@@ -109,25 +112,59 @@ TEST_F(Driver, AFailingMergedScreenLeavesAGapInTheSharedRoot) {
   EXPECT_EQ(meta.get("pagesProduced"), Value(2));
 }
 
-TEST(ConvertImageLog, IsSummarisedOnceAndEmptied) {
-  Modules none = testkit::no_modules();
-  const std::string page = "<div class=screen data-bg='#000000'></div>";
-  PNG_LOG = {{"a.png", "p8", 1000, 400, 12}, {"b.png", "p8", 500, 100, 3}};
+TEST(ConvertImageLog, SummaryNamesSavingsAndTheFirstFourRgbaPictures) {
+  PngLog log{{{"a.png", "p8", 1000, 400, 12}, {"b.png", "p8", 500, 100, 3}}};
   for (int i = 1; i <= 5; ++i)
-    PNG_LOG.push_back({"c" + std::to_string(i) + ".png", "rgba", 800, 800, 300});
+    log.entries.push_back({"c" + std::to_string(i) + ".png", "rgba", 800, 800, 300});
   const std::string rgba = " 800B→800B/300色";
-  EXPECT_EQ(testkit::convert_html(page, none).warnings.back(),
+  EXPECT_EQ(log.summary(),
             "CSS 导出切图编码：2 张走 **8bit 索引色 PNG**（调色板裁剪 + tRNS 逐档 alpha，省 1000 "
             "B，平均 −67%）；5 张保留 RGBA（索引化不划算/掉色：c1.png" +
                 rgba + "、c2.png" + rgba + "、c3.png" + rgba + "、c4.png" + rgba +
                 " —— 用色数 >256 的真渐变索引化后反而更大，需要更小请把渐变收敛成几个色标）");
-  EXPECT_TRUE(PNG_LOG.empty());
 
-  // Without indexed pictures there is no average.
-  PNG_LOG = {{"p.png", "rgba", 100, 100, 2}};
-  EXPECT_TRUE(text::starts_with(testkit::convert_html(page, none).warnings.back(),
-                                "CSS 导出切图编码：0 张走 **8bit 索引色 PNG**（调色板裁剪 + tRNS "
-                                "逐档 alpha，省 0 B）；1 张保留 RGBA（"));
+  // Without indexed pictures there is no average; without pictures, no text.
+  const PngLog only_rgba{{{"p.png", "rgba", 100, 100, 2}}};
+  EXPECT_EQ(only_rgba.summary(),
+            "CSS 导出切图编码：0 张走 **8bit 索引色 PNG**（调色板裁剪 + tRNS 逐档 alpha，省 0 B）"
+            "；1 张保留 RGBA（索引化不划算/掉色：p.png 100B→100B/2色 —— 用色数 >256 "
+            "的真渐变索引化后反而更大，需要更小请把渐变收敛成几个色标）");
+  EXPECT_EQ(PngLog{}.summary(), std::nullopt);
+}
+
+// The encoding log belongs to one conversion: conversions one after the
+// other, or on two threads at once, each report their own pictures only.
+TEST(ConvertImageLog, BelongsToOneConversion) {
+  auto gen = std::make_shared<testkit::FakeGenRes>();
+  const Modules modules = testkit::fake_modules(nullptr, gen);
+  auto page = [](int buttons) {
+    std::string body;
+    for (int i = 0; i < buttons; ++i)
+      body += "<button data-caption=b" + std::to_string(i) +
+              " style='border-radius:6px;background:#336699'>x</button>";
+    return "<div class=screen data-bg='#000000'>" + body + "</div>";
+  };
+  auto summary_of = [&](int buttons) {
+    TempDir dir;
+    const ConvertResult r = testkit::convert_html(page(buttons), modules, dir.str());
+    return r.warnings.back();
+  };
+  const std::string one = summary_of(1), three = summary_of(3);
+  EXPECT_TRUE(text::contains(one, "；1 张保留 RGBA（索引化不划算/掉色：btn_b0_hit.png ")) << one;
+  EXPECT_TRUE(text::contains(three, "；3 张保留 RGBA（")) << three;
+  EXPECT_EQ(summary_of(1), one);
+
+  std::string got_one, got_three;
+  std::thread a([&] {
+    for (int i = 0; i < 20; ++i) got_one = summary_of(1);
+  });
+  std::thread b([&] {
+    for (int i = 0; i < 20; ++i) got_three = summary_of(3);
+  });
+  a.join();
+  b.join();
+  EXPECT_EQ(got_one, one);
+  EXPECT_EQ(got_three, three);
 }
 
 TEST(EffectAudit, PredictsPicturesOnlyWithGenerationAndAnAssetDirectory) {

@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "finish/finish.hpp"
 #include "pagefold/error.hpp"
 #include "testkit.hpp"
 
@@ -79,7 +80,7 @@ TEST(WalkCtrls, ListsControlsParentFirstAndSkipsLists) {
 class IconSize : public ::testing::Test {
  protected:
   testkit::TempDir tmp;
-  Ctx ctx;
+  Ctx ctx = testkit::page_ctx();
 
   void SetUp() override { std::filesystem::create_directories(tmp.path() / "images"); }
 
@@ -87,9 +88,7 @@ class IconSize : public ::testing::Test {
   // warnings written so far.
   std::vector<std::string> fix(const Value& root, std::optional<std::string> assets,
                                bool recursive = false) {
-    PageFold pf(std::nullopt, assets, nullptr);
-    pf.ctx = &ctx;
-    pf._fix_slidewindow_icon_size(root, recursive);
+    _fix_slidewindow_icon_size(ctx, root, assets, recursive);
     return ctx.warnings;
   }
   static Value slide(const std::vector<std::string>& pics, const std::string& caption = "sw") {

@@ -3,7 +3,7 @@
 // reports once per page.
 #include <gtest/gtest.h>
 
-#include "pagefold/converter.hpp"
+#include "driver/converter.hpp"
 #include "pagefold/modules.hpp"
 #include "testkit.hpp"
 

@@ -66,11 +66,11 @@ TEST(SavePng, ChoosesExactPaletteOrRgbaAndLogsIt) {
   for (const Case& c : cases) {
     SCOPED_TRACE(c.what);
     TempDir dir;
-    PNG_LOG.clear();
-    std::string path = _save_css_png(c.img, dir.str() + "/sub", "a.png");
+    PngLog log;
+    std::string path = _save_css_png(c.img, dir.str() + "/sub", "a.png", log);
     EXPECT_EQ(path, dir.str() + "/sub/a.png");
-    ASSERT_EQ(PNG_LOG.size(), 1u);
-    const PngLogEntry& e = PNG_LOG[0];
+    ASSERT_EQ(log.entries.size(), 1u);
+    const PngLogEntry& e = log.entries[0];
     EXPECT_EQ(e.name, "a.png");
     EXPECT_EQ(e.kind, c.kind);
     EXPECT_EQ(e.colors, c.colours);
@@ -83,7 +83,6 @@ TEST(SavePng, ChoosesExactPaletteOrRgbaAndLogsIt) {
     EXPECT_FALSE(fs::exists(dir.path() / "sub/.__rgba_probe_a.png"));
     EXPECT_EQ(I_open(path).px, c.img.px);
   }
-  PNG_LOG.clear();
   EXPECT_EQ(I_new_rgba(0, -3, Color::rgba(0, 0, 0, 0)).px.size(), 4u);
 }
 

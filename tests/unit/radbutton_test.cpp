@@ -40,8 +40,8 @@ Converted convert(const std::string& body, bool pictures, const std::string& scr
   }
   out.root = r.pages->front().second;
   out.warnings = r.warnings;
-  out.glue = pf._rad_glue;
-  out.gen_count = pf.gen_count;
+  out.glue = r.rad_glue;
+  out.gen_count = r.gen_count;
   return out;
 }
 

@@ -11,7 +11,8 @@
 #include <string>
 #include <vector>
 
-#include "pagefold/converter.hpp"
+#include "driver/converter.hpp"
+#include "finish/finish.hpp"
 #include "pagefold/error.hpp"
 #include "testkit.hpp"
 

@@ -1,11 +1,11 @@
 // The conversion context: counters, warnings and the one door through which
 // a finished control record reaches its parent.
-#include "pagefold/ctx.hpp"
+#include "util/ctx.hpp"
 
 #include <string>
 
-#include "controls/tables.hpp"
 #include "pagefold/error.hpp"
+#include "util/num.hpp"
 #include "util/text.hpp"
 #include "util/value_text.hpp"
 
@@ -20,7 +20,8 @@ std::string emit_missing_text(const std::string& why) {
 
 }  // namespace
 
-Ctx::Ctx(const Modules* modules) : ids(ID_BASE), modules_(modules) {}
+Ctx::Ctx(const IdTable& id_base, const NameTable& auto_names, const Modules* modules)
+    : ids(id_base), auto_names_(&auto_names), modules_(modules) {}
 
 void Ctx::warn(const std::string& msg, const std::string& key) {
   std::string token = key.empty() ? text::slice(msg, 0, 80) : key;
@@ -59,7 +60,7 @@ std::string Ctx::name(const std::string& typ) {
     count = 1;
   }
   std::string prefix;
-  for (const auto& [t, p] : AUTO_NAME) {
+  for (const auto& [t, p] : *auto_names_) {
     if (t == typ) {
       prefix = p;
       break;
@@ -98,6 +99,22 @@ std::string Ctx::add(const std::string& typ, Value ctrl) {
     root[k] = ctrl;
   }
   return k;
+}
+
+std::optional<int64_t> _ancestor_bg(const Ctx& ctx) {
+  // Markers and roots hold colour integers; a grown box may hold a real.
+  auto as_color = [](const Value& v) -> std::optional<int64_t> {
+    if (v.is_int()) return v.as_int();
+    if (v.is_real()) return num::trunc(v.as_real());
+    return std::nullopt;
+  };
+  for (auto it = ctx.stack.rbegin(); it != ctx.stack.rend(); ++it) {
+    if (!it->is_object() || it->get("__listview").truthy()) break;
+    const Value bg = it->get("__bg");
+    if (!bg.is_null()) return as_color(bg);
+  }
+  if (!ctx.root.is_object()) return std::nullopt;
+  return as_color(ctx.root.get("backgroundColor"));
 }
 
 }  // namespace pagefold

@@ -1,0 +1,36 @@
+// Passes over finished page roots: the enumeration of control records, the
+// layout finalisation (text boxes grown to fit, covering windows reported),
+// and the back-fill of slide-window icon sizes from the picture files.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "pagefold/json.hpp"
+#include "util/ctx.hpp"
+
+namespace pagefold {
+
+// Control records of a page in document order, parent before children; with
+// `top` only those directly in `d`. Lists are not entered.
+std::vector<std::pair<std::string, Value>> _walk_ctrls(const Value& d, bool top = false);
+std::vector<std::pair<std::string, Value>>& _walk_ctrls(
+    const Value& d, bool top, std::vector<std::pair<std::string, Value>>& out);
+
+// Grows text boxes to fit their text and reports covering full-screen windows.
+Value _finalize_layout(const Value& data, std::vector<std::string>& warnings);
+
+// The slide windows of `d` (recursively into every control when `recursive`).
+std::vector<std::pair<std::string, Value>> _slidewindow_dicts(const Value& d,
+                                                              bool recursive = true);
+// Writes each slide window's `iconSize` from the true size of its items'
+// pictures, looked for in `asset_dir`; the page's notes go straight into
+// `ctx.warnings`, never de-duplicated. Only slide windows directly on `root`
+// unless `recursive`.
+void _fix_slidewindow_icon_size(Ctx& ctx, const Value& root,
+                                const std::optional<std::string>& asset_dir,
+                                bool recursive = false);
+
+}  // namespace pagefold
