@@ -86,7 +86,7 @@ class Value {
 
   // Identity of maps and lists, equality of everything else.
   bool same(const Value& other) const;
-  // Structural equality (ints and reals compare by value as in the rules).
+  // Structural equality; an integer equals a real of the same value (12 == 12.0).
   friend bool operator==(const Value& a, const Value& b);
   friend bool operator!=(const Value& a, const Value& b) { return !(a == b); }
 
@@ -112,7 +112,7 @@ class Object {
   Value& operator[](std::string_view key);
   Value get(std::string_view key) const;
   bool erase(std::string_view key);
-  // Sets `key` only when missing (the rules' "ensure the key exists").
+  // Sets `key` only when it is missing; an existing value is kept.
   void setdefault(std::string_view key, Value v);
 
   size_t size() const { return items_.size(); }

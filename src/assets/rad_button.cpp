@@ -12,6 +12,7 @@
 #include "front/box_specs.hpp"
 #include "front/readers.hpp"
 #include "util/num.hpp"
+#include "util/record_values.hpp"
 #include "util/regex.hpp"
 #include "util/text.hpp"
 
@@ -36,19 +37,6 @@ static ql::ui_v1::RadButton s_%(cap)s;
     s_%(cap)s.attach(m%(cap)sPtr);               /* json 里的 painter__N */
     s_%(cap)s.refresh();                         /* ★ 不调什么都不显示；切页回来要再调一次 */
 )TMPL";
-
-// A position value as an integer, `dflt` when missing; an integer that
-// reads 0 also falls back to `dflt` when `or_dflt` is set.
-int64_t pos_int(const Value& pos, const char* key, int64_t dflt, bool or_dflt) {
-  Value v = pos.get(key);
-  int64_t n = v.is_null() ? dflt : v.is_int() ? v.as_int() : num::trunc(v.as_number());
-  return (or_dflt && n == 0) ? dflt : n;
-}
-
-double pos_num(const Value& pos, const char* key, double dflt) {
-  Value v = pos.get(key);
-  return v.is_number() ? v.as_number() : dflt;
-}
 
 int64_t rgb_int(const Color& c) { return (c.r() << 16) | (c.g() << 8) | c.b(); }
 
@@ -75,8 +63,9 @@ std::optional<RadDecision> Assets::_rad_button_of(Ctx& ctx, const Node& node, co
   const Attrs& attrs = node.attrs;
   std::string style = _attr(attrs, "style").value_or("");
   // A control without border-radius has square corners: no route.
-  Radii radii = _radius_corners(style, pos_num(pos, "width", 100), pos_num(pos, "height", 40))
-                    .value_or(Radii{});
+  Radii radii =
+      _radius_corners(style, number_or(pos.get("width"), 100), number_or(pos.get("height"), 40))
+          .value_or(Radii{});
   int64_t r = num::round_even(std::max({radii.tl, radii.tr, radii.br, radii.bl}));
   if (r <= 0) return std::nullopt;
 
@@ -126,7 +115,7 @@ bool Assets::_try_radbutton(Ctx& ctx, const Node& node, const Value& pos, const 
   auto rb = _rad_button_of(ctx, node, pos, cap);
   if (!rb) return false;
   const Attrs& attrs = node.attrs;
-  int64_t W = pos_int(pos, "width", 100, true), H = pos_int(pos, "height", 40, true);
+  int64_t W = size_nonzero_or(pos, "width", 100), H = size_nonzero_or(pos, "height", 40);
   std::string rcap = cap + "Rad";
 
   // The painter first, so that it lies lower in the z order.
@@ -193,7 +182,7 @@ std::pair<std::optional<std::string>, std::optional<RadDecision>> Assets::_radbo
     Ctx& ctx, const Node& node, const Value& pos, const std::string& cap, const std::string& kind) {
   auto rb = _rad_button_of(ctx, node, pos, cap);
   if (!rb) return {std::nullopt, std::nullopt};
-  int64_t W = pos_int(pos, "width", 100, true), H = pos_int(pos, "height", 40, true);
+  int64_t W = size_nonzero_or(pos, "width", 100), H = size_nonzero_or(pos, "height", 40);
   int64_t r = rb->radius, fill = rb->fill;
   Color rgba = Color::rgba((fill >> 16) & 255, (fill >> 8) & 255, fill & 255, 255);
   bool window = kind == "window";

@@ -15,6 +15,7 @@
 #include "front/box_specs.hpp"
 #include "front/readers.hpp"
 #include "util/num.hpp"
+#include "util/record_values.hpp"
 #include "util/regex.hpp"
 #include "util/text.hpp"
 
@@ -30,21 +31,7 @@ const std::vector<std::string> PS_TRACK = {"webkit-slider-runnable-track", "moz-
 const std::vector<std::string> PS_THUMB = {"webkit-slider-thumb", "moz-range-thumb"};
 const std::vector<std::string> PS_FILL = {"moz-range-progress", "webkit-slider-progress"};
 
-// int() of a record value; 0 for a missing one, so that "or <default>" applies.
-int64_t int_of(const Value& v) {
-  if (v.is_int()) return v.as_int();
-  if (v.is_real()) return num::trunc(v.as_real());
-  return 0;
-}
-
-std::string text_of(const Value& v) {
-  if (v.is_int()) return std::to_string(v.as_int());
-  if (v.is_real()) return real_repr(v.as_real());
-  if (v.is_string()) return v.as_string();
-  return "None";
-}
-
-std::string d(int64_t v) { return std::to_string(v); }
+std::string decimal(int64_t v) { return std::to_string(v); }
 
 bool found(const Regex& re, const std::string& s) { return re.search(s).has_value(); }
 
@@ -110,20 +97,15 @@ bool Assets::_seekbar_css_assets(Ctx& ctx, const Node& node, const Value& c, con
     static const Regex pct_h(R"((?:^|;)\s*height\s*:\s*[\d.]+%)");
     if ((is_w ? pct_w : pct_h).search(style))
       ctx.warn(cap + "：CSS 的 " + key + " 是百分比 → 按最近容器（" + (is_w ? "屏幕宽" : "屏幕高") +
-                   "=" + text_of(ref) + "px）解析成 " + d(*v) +
+                   "=" + value_str(ref) + "px）解析成 " + decimal(*v) +
                    "px（没有布局引擎，百分比只能这样近似；建议改写成绝对像素）",
                std::string("seekbar-pct-") + key);
     pos[key] = *v;
   }
 
-  int64_t W = int_of(pos.get("width")), H = int_of(pos.get("height"));
-  if (!W) W = 100;
-  if (!H) H = 32;
+  int64_t W = size_nonzero_or(pos, "width", 100), H = size_nonzero_or(pos, "height", 32);
   std::vector<std::string> made;
-  auto max_or_100 = [&] {
-    int64_t m = int_of(c.get("max"));
-    return m ? m : 100;
-  };
+  auto max_or_100 = [&] { return size_nonzero_or(c, "max", 100); };
 
   if (!truthy(_attr(attrs, "data-max"))) {
     static const Regex max_re(R"(--max\s*:\s*([\d.]+))");
@@ -148,8 +130,8 @@ bool Assets::_seekbar_css_assets(Ctx& ctx, const Node& node, const Value& c, con
         c["defProgress"] = dp;
         made.push_back("value");
         ctx.warn(cap + "：进度取自轨道背景的**硬停靠渐变**（停靠点 " +
-                     num::fmt("%.1f", split->split * 100.0) + "% → defProgress=" + d(dp) +
-                     "/max=" + d(mx) +
+                     num::fmt("%.1f", split->split * 100.0) + "% → defProgress=" + decimal(dp) +
+                     "/max=" + decimal(mx) +
                      "）。Chrome 的 input[type=range] 没有填充伪元素，「已有进度」就是这么画的 "
                      "—— 已拆成 填充图 + 轨道图 两张；要运行期改值用代码 setProgress()",
                  "seekbar-hardstop");
@@ -181,12 +163,12 @@ bool Assets::_seekbar_css_assets(Ctx& ctx, const Node& node, const Value& c, con
       tw = ow;
       th = oh;
       if (ow != *cw || oh != *ch)
-        ctx.warn(cap + "：滑块 CSS 写的是 " + d(*cw) + "x" + d(*ch) + " + border " + d(bw) +
-                     "px，按 `box-sizing:" + _box_sizing(tstyle, tbox) + "` 的**外框**是 " + d(ow) +
-                     "x" + d(oh) +
+        ctx.warn(cap + "：滑块 CSS 写的是 " + decimal(*cw) + "x" + decimal(*ch) + " + border " +
+                     decimal(bw) + "px，按 `box-sizing:" + _box_sizing(tstyle, tbox) +
+                     "` 的**外框**是 " + decimal(ow) + "x" + decimal(oh) +
                      " （CSS 默认 content-box 时 border 加在尺寸之外）—— 切图与 thumb.size "
                      "都按外框 " +
-                     d(ow) + "x" + d(oh) + " 出",
+                     decimal(ow) + "x" + decimal(oh) + " 出",
                  "seekbar-thumb-box");
     }
   }
@@ -195,14 +177,14 @@ bool Assets::_seekbar_css_assets(Ctx& ctx, const Node& node, const Value& c, con
   // about its centre.
   if (truthy(th) && *th > H) {
     int64_t grow = *th - H;
-    pos["top"] = int_of(pos.get("top")) - num::floordiv(grow, 2);
+    pos["top"] = size_or(pos, "top", 0) - num::floordiv(grow, 2);
     pos["height"] = *th;
     H = *th;
     c["position"] = pos;
     ctx.warn(
-        cap + "：滑块 " + d(*tw) + "x" + d(*th) + " 比控件盒高 " + d(int_of(pos.get("height"))) +
-            " 大 → 已把控件盒**居中抬到** " + d(*th) + " 高（top " +
-            num::fmt("%+d", num::floordiv(-grow, 2)) +
+        cap + "：滑块 " + decimal(*tw) + "x" + decimal(*th) + " 比控件盒高 " +
+            decimal(size_or(pos, "height", 0)) + " 大 → 已把控件盒**居中抬到** " + decimal(*th) +
+            " 高（top " + num::fmt("%+d", num::floordiv(-grow, 2)) +
             "），否则真机按盒高居中裁、圆钮上下被切（实测：24×24 图 + 12 高盒 → 24×12 扁椭圆）",
         "seekbar-box-grown");
   }
@@ -214,8 +196,8 @@ bool Assets::_seekbar_css_assets(Ctx& ctx, const Node& node, const Value& c, con
   if (truthy(t)) {
     band = track_band(*t, H);
     if (*t > H) {
-      ctx.warn(cap + "：轨道高 " + d(*t) + " 比控件盒高 " + d(H) +
-                   " 还大 → 真机会按盒裁掉上下；已把 position.height 抬到 " + d(*t),
+      ctx.warn(cap + "：轨道高 " + decimal(*t) + " 比控件盒高 " + decimal(H) +
+                   " 还大 → 真机会按盒裁掉上下；已把 position.height 抬到 " + decimal(*t),
                "seekbar-track-taller");
       pos["height"] = *t;
       H = *t;
@@ -248,8 +230,9 @@ bool Assets::_seekbar_css_assets(Ctx& ctx, const Node& node, const Value& c, con
       c["defProgress"] = dp;
       if (std::find(made.begin(), made.end(), "value") == made.end()) {
         made.push_back("value");
-        ctx.warn("进度值取自 CSS（" + how.value_or("None") + " → defProgress=" + d(dp) +
-                     "/max=" + d(mx) + "）；要运行期改值用代码 setProgress()，json 字段只管初值",
+        ctx.warn("进度值取自 CSS（" + how.value_or("None") + " → defProgress=" + decimal(dp) +
+                     "/max=" + decimal(mx) +
+                     "）；要运行期改值用代码 setProgress()，json 字段只管初值",
                  "seekbar-value");
       }
     }
@@ -274,7 +257,7 @@ bool Assets::_seekbar_css_assets(Ctx& ctx, const Node& node, const Value& c, con
         ctx.warn(cap +
                      "：滑块样式取自伪元素 `::-webkit-slider-thumb`（或 -moz-）—— 已翻译成 thumb "
                      "切图 " +
-                     d(*tw) + "x" + d(*th) + "（thumb.size 同步写 " + d(*tw) +
+                     decimal(*tw) + "x" + decimal(*th) + "（thumb.size 同步写 " + decimal(*tw) +
                      "）；`margin-top` 之类的伪元素垂直微调无对应，真机一律**盒内居中**",
                  "seekbar-pseudo-thumb-ok");
     }

@@ -10,24 +10,11 @@
 #include "front/box_specs.hpp"
 #include "front/readers.hpp"
 #include "util/num.hpp"
+#include "util/record_values.hpp"
 #include "util/regex.hpp"
 
 namespace pagefold {
-namespace {
-
-// A number of a position record, or `dflt` when it is falsy or missing.
-int64_t int_or(const Value& v, int64_t dflt) {
-  if (!v.truthy()) return dflt;
-  return v.is_int() ? v.as_int() : num::trunc(v.as_number());
-}
-
-std::string num_text(const Value& v) {
-  if (v.is_int()) return std::to_string(v.as_int());
-  if (v.is_real()) return num::real_text(v.as_real());
-  return "None";
-}
-
-}  // namespace
+namespace {}  // namespace
 
 void Controls::_open_window(Ctx& ctx, const Node& node, bool modal) {
   const Attrs& attrs = node.attrs;
@@ -76,8 +63,8 @@ void Controls::_open_window(Ctx& ctx, const Node& node, bool modal) {
   if (pic) c["backgroundPic"] = Value(image_path(*pic));
 
   if (!pic) {
-    const EffectAssets eff = assets_._effect_assets(ctx, node, int_or(pos.get("width"), 100),
-                                                    int_or(pos.get("height"), 40), cap);
+    const EffectAssets eff = assets_._effect_assets(ctx, node, size_or(pos, "width", 100),
+                                                    size_or(pos, "height", 40), cap);
     if (eff.backgroundPic && !eff.backgroundPic->empty()) {
       c["backgroundPic"] = Value(*eff.backgroundPic);
       if (eff.pad && *eff.pad != 0) {
@@ -92,8 +79,8 @@ void Controls::_open_window(Ctx& ctx, const Node& node, bool modal) {
           c["backgroundColor"] = page_bg;
           c["__bg"] = page_bg;
         }
-        ctx.warnings.push_back(cap + ": box-shadow → 阴影图 " + num_text(pos.get("width")) + "x" +
-                               num_text(pos.get("height")) + "（含 " + std::to_string(pad) +
+        ctx.warnings.push_back(cap + ": box-shadow → 阴影图 " + value_str(pos.get("width")) + "x" +
+                               value_str(pos.get("height")) + "（含 " + std::to_string(pad) +
                                "px 阴影外扩）；控件盒已外扩、子控件已补偿，无需手工调整");
       }
     }

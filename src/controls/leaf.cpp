@@ -37,19 +37,19 @@ void Controls::_leaf(Ctx& ctx, const Node& node, const std::string& typ) {
   const Attrs& attrs = node.attrs;
   // All three run before any test, so a list item or a radio button also
   // uses up a caption number and reports the characters its text loses.
-  Leaf a;
-  a.typ = typ;
-  a.cap = _caption(ctx, typ, attrs);
-  a.pos = _pos(ctx, attrs);
+  Leaf leaf;
+  leaf.typ = typ;
+  leaf.cap = _caption(ctx, typ, attrs);
+  leaf.pos = _pos(ctx, attrs);
   const WarnFn warn = page_warner(ctx);
-  a.text = _clean_text(node.text, &warn, a.cap);
+  leaf.text = _clean_text(node.text, &warn, leaf.cap);
 
   if (ctx.top_has("__listview")) {
-    _leaf_subitem(ctx, node, a);
+    _leaf_subitem(ctx, node, leaf);
     return;
   }
   if (ctx.top_has("__radiogroup")) {
-    _leaf_radiobutton(ctx, node, a);
+    _leaf_radiobutton(ctx, node, leaf);
     return;
   }
 
@@ -60,12 +60,12 @@ void Controls::_leaf(Ctx& ctx, const Node& node, const std::string& typ) {
       break;
     }
   }
-  Value c = (this->*branch)(ctx, node, a);
+  Value c = (this->*branch)(ctx, node, leaf);
   if (c.is_null()) return;  // the branch has stored the control itself
 
   if (std::optional<bool> vis = _bool_attr(attrs, "data-visible"))
     c.as_object().set("visible", *vis);
-  ctx.add(a.typ, c);
+  ctx.add(leaf.typ, c);
 }
 
 }  // namespace pagefold

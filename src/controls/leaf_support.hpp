@@ -1,6 +1,6 @@
-// Small helpers shared by the leaf builders: attribute text with its usual
-// fallbacks, the sizes of a position record, and the integer conversions the
-// builders apply to attribute text and reader results.
+// Small helpers shared by the control builders: attribute text with its usual
+// fallbacks and the integer conversions the builders apply to attribute
+// text. The helpers of record values are in util/record_values.hpp.
 #pragma once
 
 #include <cstdint>
@@ -14,6 +14,7 @@
 #include "pagefold/json.hpp"
 #include "pagefold/node.hpp"
 #include "util/num.hpp"
+#include "util/record_values.hpp"
 #include "util/text.hpp"
 
 namespace pagefold::leafs {
@@ -39,21 +40,14 @@ inline bool flag_or(const Attrs& attrs, std::string_view name, const char* dflt)
 // the caller keeps its own default and a written 0 still counts.
 inline Value num_or_null(const OptStr& v) { return _num(v, Value()); }
 
-// An integer of a number value: integers as they are, reals truncated.
-inline int64_t int_of(const Value& v) {
-  return v.is_int() ? v.as_int() : num::trunc(v.as_number());
+// `_num` of an attribute with its default: an integer or a real.
+inline Value num_attr(const Attrs& attrs, std::string_view name, const Value& dflt) {
+  return _num(_attr(attrs, name), dflt);
 }
 
-// A position size: the record's value when truthy, else `dflt` ("width or
-// 100"). A grown box may hold a real, which the picture side takes whole.
-inline int64_t size_or(const Value& pos, std::string_view key, int64_t dflt) {
-  Value v = pos.get(key);
-  return v.truthy() && v.is_number() ? int_of(v) : dflt;
-}
-
-// A position size when the key exists, else `dflt`.
-inline Value size_of(const Value& pos, std::string_view key, int64_t dflt) {
-  return pos.contains(key) ? pos.get(key) : Value(dflt);
+// `_num` of an attribute with its default, truncated toward zero.
+inline Value int_attr(const Attrs& attrs, std::string_view name, int64_t dflt) {
+  return Value(int_of(num_attr(attrs, name, Value(dflt))));
 }
 
 // The integer of an attribute's text, or of `fallback` when the text is empty

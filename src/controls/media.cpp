@@ -29,13 +29,13 @@ std::optional<std::string> emoji_of(const std::string& raw) {
 
 }  // namespace
 
-Value Controls::_leaf_imageanim(Ctx& ctx, const Node& node, Leaf& a) {
+Value Controls::_leaf_imageanim(Ctx& ctx, const Node& node, Leaf& leaf) {
   const Attrs& attrs = node.attrs;
   Value c = Value::object({
-      {"caption", a.cap},
+      {"caption", leaf.cap},
       {"id", ctx.nid("imageanim")},
       {"loopCount", 0},
-      {"position", a.pos},
+      {"position", leaf.pos},
   });
   Object& o = c.as_object();
 
@@ -49,13 +49,13 @@ Value Controls::_leaf_imageanim(Ctx& ctx, const Node& node, Leaf& a) {
   return c;
 }
 
-Value Controls::_leaf_slidetext(Ctx& ctx, const Node& node, Leaf& a) {
+Value Controls::_leaf_slidetext(Ctx& ctx, const Node& node, Leaf& leaf) {
   const Attrs& attrs = node.attrs;
   Value c = Value::object({
-      {"caption", a.cap},
+      {"caption", leaf.cap},
       {"id", ctx.nid("slidetext")},
       {"touchable", false},
-      {"position", a.pos},
+      {"position", leaf.pos},
   });
   Object& o = c.as_object();
 
@@ -63,20 +63,20 @@ Value Controls::_leaf_slidetext(Ctx& ctx, const Node& node, Leaf& a) {
   if (auto tbg = _color_explicit(attrs, {"data-text-bg"}, std::nullopt)) o.set("textBgColor", *tbg);
   if (std::optional<int64_t> col = to_dec(_attr(attrs, "data-color")))
     o.set("colorTab", Value::object({{"color0", *col}}));
-  if (std::string text = a.text.value_or(""); !text.empty()) o.set("text", text);
+  if (std::string text = leaf.text.value_or(""); !text.empty()) o.set("text", text);
   _text_extra(c, attrs);
   return c;
 }
 
-Value Controls::_leaf_cameraview(Ctx& ctx, const Node& node, Leaf& a) {
+Value Controls::_leaf_cameraview(Ctx& ctx, const Node& node, Leaf& leaf) {
   const Attrs& attrs = node.attrs;
-  Value c = headed(0, a.cap,
+  Value c = headed(0, leaf.cap,
                    {
                        {"cvbs", false},
                        {"formatSize", Value::object({{"width", 640}, {"height", 480}})},
                        {"id", ctx.nid("cameraview")},
                        {"mirror", 0},
-                       {"position", a.pos},
+                       {"position", leaf.pos},
                        {"touchable", false},
                        {"visible", true},
                    });
@@ -93,25 +93,25 @@ Value Controls::_leaf_cameraview(Ctx& ctx, const Node& node, Leaf& a) {
   return c;
 }
 
-Value Controls::_leaf_painter(Ctx& ctx, const Node&, Leaf& a) {
-  return headed(-1, a.cap,
+Value Controls::_leaf_painter(Ctx& ctx, const Node&, Leaf& leaf) {
+  return headed(-1, leaf.cap,
                 {
                     {"id", ctx.nid("painter")},
-                    {"position", a.pos},
+                    {"position", leaf.pos},
                     {"touchable", false},
                     {"visible", true},
                 });
 }
 
-Value Controls::_leaf_qrcode(Ctx& ctx, const Node& node, Leaf& a) {
+Value Controls::_leaf_qrcode(Ctx& ctx, const Node& node, Leaf& leaf) {
   const Attrs& attrs = node.attrs;
-  Value c = headed(16777215, a.cap,
+  Value c = headed(16777215, leaf.cap,
                    {
                        {"id", ctx.nid("qrcode")},
                        {"padding", 10},
                        {"touchable", true},
                        {"visible", true},
-                       {"position", a.pos},
+                       {"position", leaf.pos},
                    });
   Object& o = c.as_object();
 
@@ -120,15 +120,15 @@ Value Controls::_leaf_qrcode(Ctx& ctx, const Node& node, Leaf& a) {
   return c;
 }
 
-Value Controls::_leaf_videoview(Ctx& ctx, const Node& node, Leaf& a) {
+Value Controls::_leaf_videoview(Ctx& ctx, const Node& node, Leaf& leaf) {
   const Attrs& attrs = node.attrs;
-  Value c = headed(0, a.cap,
+  Value c = headed(0, leaf.cap,
                    {
                        {"defaultVolume", 5},
                        {"id", ctx.nid("videoview")},
                        {"loopPlayback", false},
                        {"rotation", 0},
-                       {"position", a.pos},
+                       {"position", leaf.pos},
                        {"touchable", true},
                        {"visible", true},
                    });
@@ -141,18 +141,18 @@ Value Controls::_leaf_videoview(Ctx& ctx, const Node& node, Leaf& a) {
   return c;
 }
 
-Value Controls::_leaf_icon(Ctx& ctx, const Node& node, Leaf& a) {
+Value Controls::_leaf_icon(Ctx& ctx, const Node& node, Leaf& leaf) {
   const Attrs& attrs = node.attrs;
   // An icon is a text view with a picture; its caption was made as an icon.
-  a.typ = "textview";
+  leaf.typ = "textview";
   Value c = Value::object({
       {"alignment", 36},
-      {"caption", a.cap},
+      {"caption", leaf.cap},
       {"colorTab",
        Value::object({{"color0", *_color_explicit(attrs, {"data-color"}, TEXT_COLOR)}})},
       {"fontSize", size_or_default(_font_size(attrs), 16)},
       {"id", ctx.nid("textview")},
-      {"position", a.pos},
+      {"position", leaf.pos},
       {"touchable", false},
   });
   Object& o = c.as_object();
@@ -164,15 +164,16 @@ Value Controls::_leaf_icon(Ctx& ctx, const Node& node, Leaf& a) {
     return c;
   }
   if (OptStr glyph = _glyph_from_attrs(attrs)) {
-    auto name = assets_._icon_png(ctx, *glyph, size_or(a.pos, "width", 100),
-                                  size_or(a.pos, "height", 40), assets_._icon_color(attrs), false);
+    auto name =
+        assets_._icon_png(ctx, *glyph, size_or(leaf.pos, "width", 100),
+                          size_or(leaf.pos, "height", 40), assets_._icon_color(attrs), false);
     if (name && !name->empty()) o.set("backgroundPic", *name);
   }
   if (!o.contains("backgroundPic")) {
     if (std::optional<std::string> ch = emoji_of(node.text)) {
-      int64_t size =
-          std::max(int_of(size_of(a.pos, "width", 100)), int_of(size_of(a.pos, "height", 100)));
-      std::string name = "emoji_" + (a.cap.empty() ? std::to_string(ctx.n) : a.cap) + "_" +
+      int64_t size = std::max(int_of(size_of(leaf.pos, "width", 100)),
+                              int_of(size_of(leaf.pos, "height", 100)));
+      std::string name = "emoji_" + (leaf.cap.empty() ? std::to_string(ctx.n) : leaf.cap) + "_" +
                          std::to_string(assets_.gen_count) + ".png";
       // The maker captures what it needs now and draws only when run, which
       // the gate does only when the module is there.
@@ -187,16 +188,16 @@ Value Controls::_leaf_icon(Ctx& ctx, const Node& node, Leaf& a) {
   return c;
 }
 
-Value Controls::_leaf_fallback(Ctx& ctx, const Node& node, Leaf& a) {
+Value Controls::_leaf_fallback(Ctx& ctx, const Node& node, Leaf& leaf) {
   // The element keeps only its box: text, colour and effects are dropped.
-  a.typ = "textview";
+  leaf.typ = "textview";
   return Value::object({
       {"alignment", 36},
-      {"caption", a.cap},
+      {"caption", leaf.cap},
       {"colorTab", Value::object({{"color0", TEXT_COLOR}})},
       {"fontSize", size_or_default(_font_size(node.attrs), 16)},
       {"id", ctx.nid("textview")},
-      {"position", a.pos},
+      {"position", leaf.pos},
       {"touchable", false},
   });
 }

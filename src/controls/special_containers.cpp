@@ -5,6 +5,7 @@
 #include <string>
 
 #include "controls/controls.hpp"
+#include "controls/leaf_support.hpp"
 #include "controls/tables.hpp"
 #include "front/readers.hpp"
 #include "front/text_clean.hpp"
@@ -14,25 +15,7 @@
 namespace pagefold {
 namespace {
 
-// `_num` of an attribute with its default.
-Value num_attr(const Attrs& attrs, std::string_view name, const Value& dflt) {
-  return _num(_attr(attrs, name), dflt);
-}
-
-// `_num` of an attribute, truncated toward zero to an integer.
-int64_t int_attr(const Attrs& attrs, std::string_view name, int64_t dflt) {
-  const Value v = num_attr(attrs, name, Value(dflt));
-  return v.is_int() ? v.as_int() : num::trunc(v.as_number());
-}
-
-Value int_value(const Attrs& attrs, std::string_view name, int64_t dflt) {
-  return Value(int_attr(attrs, name, dflt));
-}
-
-// A size of a position record, or `dflt` when the record lacks it.
-Value pos_or(const Value& pos, const char* key, int64_t dflt) {
-  return pos.contains(key) ? pos.get(key) : Value(dflt);
-}
+using namespace leafs;
 
 void open_and_push(Ctx& ctx, const std::string& typ, const Value& c) {
   ctx.add(typ, c);
@@ -87,8 +70,8 @@ void Controls::_open_diagram(Ctx& ctx, const Node& node) {
                       {"upper", num_attr(attrs, "data-y-max", Value(int64_t{100}))}})},
       {"region", Value::object({{"left", Value(int64_t{0})},
                                 {"top", Value(int64_t{0})},
-                                {"width", pos_or(pos, "width", 300)},
-                                {"height", pos_or(pos, "height", 300)}})},
+                                {"width", size_of(pos, "width", 300)},
+                                {"height", size_of(pos, "height", 300)}})},
       {"__container", Value(true)},
       {"__diagram", Value(true)},
       {"infos", Value::array()},
@@ -123,25 +106,25 @@ void Controls::_open_slidewindow(Ctx& ctx, const Node& node) {
   const std::string cap = _caption(ctx, "slidewindow", attrs);
   const Value pos = _pos(ctx, attrs);
   Value c = Value::object({{"caption", Value(cap)},
-                           {"cols", int_value(attrs, "data-cols", 4)},
-                           {"rows", int_value(attrs, "data-rows", 2)},
-                           {"dragMaxDis", int_value(attrs, "data-drag-max", 200)},
-                           {"edgeEffect", int_value(attrs, "data-edge-effect", 1)}});
-  c["iconSize"] = Value::object({{"width", int_value(attrs, "data-icon-w", 128)},
-                                 {"height", int_value(attrs, "data-icon-h", 128)}});
-  c["iconTextAlignment"] = int_value(attrs, "data-icon-align", 41);
-  c["iconTextPadding"] = Value::object({{"bottom", int_value(attrs, "data-icon-pad-b", 5)},
+                           {"cols", int_attr(attrs, "data-cols", 4)},
+                           {"rows", int_attr(attrs, "data-rows", 2)},
+                           {"dragMaxDis", int_attr(attrs, "data-drag-max", 200)},
+                           {"edgeEffect", int_attr(attrs, "data-edge-effect", 1)}});
+  c["iconSize"] = Value::object({{"width", int_attr(attrs, "data-icon-w", 128)},
+                                 {"height", int_attr(attrs, "data-icon-h", 128)}});
+  c["iconTextAlignment"] = int_attr(attrs, "data-icon-align", 41);
+  c["iconTextPadding"] = Value::object({{"bottom", int_attr(attrs, "data-icon-pad-b", 5)},
                                         {"left", Value(int64_t{0})},
                                         {"right", Value(int64_t{0})},
                                         {"top", Value(int64_t{0})}});
   c["id"] = Value(ctx.nid("slidewindow"));
-  c["orientation"] = int_value(attrs, "data-orientation", 0);
-  c["padding"] = Value::object({{"paddingBottom", int_value(attrs, "data-pad-b", 8)},
+  c["orientation"] = int_attr(attrs, "data-orientation", 0);
+  c["padding"] = Value::object({{"paddingBottom", int_attr(attrs, "data-pad-b", 8)},
                                 {"paddingLeft", Value(int64_t{0})},
                                 {"paddingRight", Value(int64_t{0})},
                                 {"paddingTop", Value(int64_t{0})}});
   c["position"] = pos;
-  c["rollSpeed"] = int_value(attrs, "data-roll-speed", 999);
+  c["rollSpeed"] = int_attr(attrs, "data-roll-speed", 999);
   c["fontSize"] = Value(int64_t{22});
   c["backgroundColor"] = Value(int64_t{-1});
   c["touchable"] = Value(true);

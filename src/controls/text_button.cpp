@@ -65,7 +65,7 @@ Value toggle_head(const Attrs& attrs, const std::string& cap, int64_t align, int
 
 }  // namespace
 
-void Controls::_leaf_subitem(Ctx& ctx, const Node& node, Leaf& a) {
+void Controls::_leaf_subitem(Ctx& ctx, const Node& node, Leaf& leaf) {
   const Attrs& attrs = node.attrs;
   std::optional<int64_t> bg = _bg_color(attrs);
   Value c = Value::object({
@@ -73,7 +73,7 @@ void Controls::_leaf_subitem(Ctx& ctx, const Node& node, Leaf& a) {
       {"backgroundColor", -1},
       {"bgColorTab", color0(bg.value_or(-1))},
       {"bold", false},
-      {"caption", a.cap},
+      {"caption", leaf.cap},
       {"colorTab", color0(_color_explicit(attrs, {"data-color"}, TEXT_COLOR).value())},
       {"fontFamily", 0},
       {"fontSize", size_or_default(_font_size(attrs), 16)},
@@ -82,18 +82,19 @@ void Controls::_leaf_subitem(Ctx& ctx, const Node& node, Leaf& a) {
       {"longClickIntervalTime", -1},
       {"longClickTimeOut", -1},
       {"picTab", Value::object()},
-      {"text", a.text.value_or("")},
+      {"text", leaf.text.value_or("")},
       {"touchable", true},
       {"visible", true},
-      {"position", a.pos},
+      {"position", leaf.pos},
   });
   Object& o = c.as_object();
 
   if (OptStr pic = first_nonempty(attrs, {"data-pic", "data-bgpic", "data-src", "src"})) {
     o.set("backgroundPic", image_path(*pic));
   } else if (OptStr glyph = _glyph_from_attrs(attrs)) {
-    auto name = assets_._icon_png(ctx, *glyph, size_or(a.pos, "width", 100),
-                                  size_or(a.pos, "height", 40), assets_._icon_color(attrs), false);
+    auto name =
+        assets_._icon_png(ctx, *glyph, size_or(leaf.pos, "width", 100),
+                          size_or(leaf.pos, "height", 40), assets_._icon_color(attrs), false);
     if (truthy(name)) o.set("backgroundPic", *name);
   }
 
@@ -115,13 +116,13 @@ void Controls::_leaf_subitem(Ctx& ctx, const Node& node, Leaf& a) {
   item.get("subItem").as_array().push_back(c);
 }
 
-void Controls::_leaf_radiobutton(Ctx& ctx, const Node& node, Leaf& a) {
+void Controls::_leaf_radiobutton(Ctx& ctx, const Node& node, Leaf& leaf) {
   const Attrs& attrs = node.attrs;
-  Value c = toggle_head(attrs, a.cap, 38, RADIO_BG);
+  Value c = toggle_head(attrs, leaf.cap, 38, RADIO_BG);
   Object& o = c.as_object();
   o.set("colorTab", color0(*_color_explicit(attrs, {"data-color"}, TEXT_COLOR)));
   o.set("id", ctx.nid("radiobutton"));
-  o.set("position", a.pos);
+  o.set("position", leaf.pos);
   o.set("visible", true);
 
   OptStr rp0 = first_nonempty(attrs, {"data-pic", "data-pic0", "data-src"});
@@ -129,13 +130,12 @@ void Controls::_leaf_radiobutton(Ctx& ctx, const Node& node, Leaf& a) {
   if (rp0) {
     o.set("picTab",
           Value::object({{"pic0", image_path(*rp0)}, {"pic2", image_path(rp2 ? *rp2 : *rp0)}}));
-    o.set("iconPosition",
-          Value::object({{"left", 0},
-                         {"top", 0},
-                         {"width", int_of(_num(_attr(attrs, "data-icon-w"), 20))},
-                         {"height", int_of(_num(_attr(attrs, "data-icon-h"), 20))}}));
+    o.set("iconPosition", Value::object({{"left", 0},
+                                         {"top", 0},
+                                         {"width", int_attr(attrs, "data-icon-w", 20)},
+                                         {"height", int_attr(attrs, "data-icon-h", 20)}}));
   }
-  o.set("text", a.text.value_or(""));
+  o.set("text", leaf.text.value_or(""));
   if (flag_or(attrs, "data-checked", "")) o.set("checked", true);
 
   // The group's list holds its buttons; a button keeps no data-visible.
@@ -144,19 +144,19 @@ void Controls::_leaf_radiobutton(Ctx& ctx, const Node& node, Leaf& a) {
   top.get("radiobuttons").as_array().push_back(c);
 }
 
-Value Controls::_leaf_textview(Ctx& ctx, const Node& node, Leaf& a) {
+Value Controls::_leaf_textview(Ctx& ctx, const Node& node, Leaf& leaf) {
   const Attrs& attrs = node.attrs;
   Value c = Value::object({
       {"alignment", alignment(attrs, "left", 36)},
-      {"caption", a.cap},
+      {"caption", leaf.cap},
       {"colorTab", color0(*_color_explicit(attrs, {"data-color"}, TEXT_COLOR))},
       {"fontSize", size_or_default(_font_size(attrs), 16)},
       {"id", ctx.nid("textview")},
-      {"position", a.pos},
+      {"position", leaf.pos},
       {"touchable", false},
   });
   Object& o = c.as_object();
-  const std::string text = a.text.value_or("");
+  const std::string text = leaf.text.value_or("");
 
   std::optional<int64_t> bgc = _bg_color(attrs);
   if (bgc) o.set("bgColorTab", color0(*bgc));
@@ -166,10 +166,10 @@ Value Controls::_leaf_textview(Ctx& ctx, const Node& node, Leaf& a) {
   static const Regex drawn_effects("linear-gradient|radial-gradient|box-shadow");
   const std::string style = attr_or_empty(attrs, "style");
   if (attr_or_empty(attrs, "data-bgpic").empty() && !drawn_effects.search(style)) {
-    auto [pic, info] = assets_._radbox_9pic(ctx, node, a.pos, a.cap, "textview");
+    auto [pic, info] = assets_._radbox_9pic(ctx, node, leaf.pos, leaf.cap, "textview");
     if (truthy(pic)) {
       o.set("backgroundPic", *pic);
-      _corner_bg(ctx, c, attrs, std::nullopt, a.cap);
+      _corner_bg(ctx, c, attrs, std::nullopt, leaf.cap);
     }
   }
 
@@ -177,34 +177,34 @@ Value Controls::_leaf_textview(Ctx& ctx, const Node& node, Leaf& a) {
   OptStr bgp = first_nonempty(attrs, {"data-bgpic", "data-background-pic"});
   if (bgp && !text::starts_with(*bgp, "#")) {
     o.set("backgroundPic", image_path(*bgp));
-    _corner_bg(ctx, c, attrs, bgc, a.cap);
+    _corner_bg(ctx, c, attrs, bgc, leaf.cap);
   }
 
   if (!text.empty()) o.set("text", text);
   _text_extra(c, attrs);
 
-  EffectAssets eff = assets_._effect_assets(ctx, node, size_or(a.pos, "width", 100),
-                                            size_or(a.pos, "height", 40), a.cap);
+  EffectAssets eff = assets_._effect_assets(ctx, node, size_or(leaf.pos, "width", 100),
+                                            size_or(leaf.pos, "height", 40), leaf.cap);
   if (eff.use_emoji) {
     o.erase("text");
-    _corner_bg(ctx, c, attrs, bgc, a.cap);
+    _corner_bg(ctx, c, attrs, bgc, leaf.cap);
     o.set("touchable", false);
   }
   if (truthy(eff.backgroundPic)) {
     o.set("backgroundPic", *eff.backgroundPic);
-    _corner_bg(ctx, c, attrs, bgc, a.cap);
-    if (eff.pad.value_or(0)) _grow(a.pos, static_cast<double>(*eff.pad));
+    _corner_bg(ctx, c, attrs, bgc, leaf.cap);
+    if (eff.pad.value_or(0)) _grow(leaf.pos, static_cast<double>(*eff.pad));
   }
 
   if (eff.imageanim) {
     // A spinner: the text view turns into an animation control; the text
     // view id already drawn stays used.
-    a.typ = "imageanim";
+    leaf.typ = "imageanim";
     c = Value::object({
-        {"caption", a.cap},
+        {"caption", leaf.cap},
         {"id", ctx.nid("imageanim")},
         {"loopCount", 0},
-        {"position", a.pos},
+        {"position", leaf.pos},
     });
     if (truthy(eff.anim_file)) {
       const std::string& file = *eff.anim_file;
@@ -213,24 +213,24 @@ Value Controls::_leaf_textview(Ctx& ctx, const Node& node, Leaf& a) {
           opening_tag(node) + " loading 动图已生成 " + file +
           "（imageanim 控件，playFile 已写入 json，设备自动播放；循环次数由 loopCount "
           "控制，代码可用 m" +
-          a.cap + "Ptr->play(\"" + file + "\") 重播）");
+          leaf.cap + "Ptr->play(\"" + file + "\") 重播）");
     }
   }
   return c;
 }
 
-Value Controls::_leaf_button(Ctx& ctx, const Node& node, Leaf& a) {
+Value Controls::_leaf_button(Ctx& ctx, const Node& node, Leaf& leaf) {
   const Attrs& attrs = node.attrs;
-  if (assets_._try_radbutton(ctx, node, a.pos, a.cap, a.text)) return Value();
+  if (assets_._try_radbutton(ctx, node, leaf.pos, leaf.cap, leaf.text)) return Value();
 
-  const std::string text = a.text.value_or("");
+  const std::string text = leaf.text.value_or("");
   std::optional<int64_t> bgc = _bg_color(attrs);
   Value c = Value::object({
       {"alignment", alignment(attrs, "center", 37)},
-      {"caption", a.cap},
+      {"caption", leaf.cap},
       {"colorTab", color0(*_color_explicit(attrs, {"data-color"}, TEXT_COLOR))},
       {"id", ctx.nid("button")},
-      {"position", a.pos},
+      {"position", leaf.pos},
       {"touchable", true},
   });
   Object& o = c.as_object();
@@ -253,7 +253,7 @@ Value Controls::_leaf_button(Ctx& ctx, const Node& node, Leaf& a) {
   OptStr glyph = _glyph_from_attrs(attrs);
   if (pics.as_object().empty() && glyph) {
     std::optional<int64_t> col = assets_._icon_color(attrs);
-    int64_t w = size_or(a.pos, "width", 100), h = size_or(a.pos, "height", 40);
+    int64_t w = size_or(leaf.pos, "width", 100), h = size_or(leaf.pos, "height", 40);
     auto p0 = assets_._icon_png(ctx, *glyph, w, h, col, false);
     auto p1 = assets_._icon_png(ctx, *glyph, w, h, col, true);
     if (truthy(p0)) {
@@ -274,21 +274,21 @@ Value Controls::_leaf_button(Ctx& ctx, const Node& node, Leaf& a) {
       o.set("backgroundPic", image_path(*bgpic));
     } else {
       // Of the effects a button takes only the picture and its shadow growth.
-      EffectAssets eff = assets_._effect_assets(ctx, node, size_or(a.pos, "width", 100),
-                                                size_or(a.pos, "height", 40), a.cap);
+      EffectAssets eff = assets_._effect_assets(ctx, node, size_or(leaf.pos, "width", 100),
+                                                size_or(leaf.pos, "height", 40), leaf.cap);
       if (truthy(eff.backgroundPic)) {
         o.set("picTab",
               Value::object({{"pic0", *eff.backgroundPic}, {"pic1", *eff.backgroundPic}}));
-        if (eff.pad.value_or(0)) _grow(a.pos, static_cast<double>(*eff.pad));
+        if (eff.pad.value_or(0)) _grow(leaf.pos, static_cast<double>(*eff.pad));
       }
     }
   }
-  if (o.contains("picTab") || o.contains("backgroundPic")) _corner_bg(ctx, c, attrs, bgc, a.cap);
+  if (o.contains("picTab") || o.contains("backgroundPic")) _corner_bg(ctx, c, attrs, bgc, leaf.cap);
 
   // The icon box is read as plain integers: "24px" is refused loudly.
   if (nonempty_attr(attrs, "data-icon-w") || nonempty_attr(attrs, "data-icon-h")) {
-    int64_t iw = int_attr_or(attrs, "data-icon-w", size_of(a.pos, "width", 100));
-    int64_t ih = int_attr_or(attrs, "data-icon-h", size_of(a.pos, "height", 40));
+    int64_t iw = int_attr_or(attrs, "data-icon-w", size_of(leaf.pos, "width", 100));
+    int64_t ih = int_attr_or(attrs, "data-icon-h", size_of(leaf.pos, "height", 40));
     o.set("iconPosition", Value::object({{"left", 0}, {"top", 0}, {"width", iw}, {"height", ih}}));
   }
 
@@ -298,18 +298,18 @@ Value Controls::_leaf_button(Ctx& ctx, const Node& node, Leaf& a) {
   return c;
 }
 
-Value Controls::_leaf_edittext(Ctx& ctx, const Node& node, Leaf& a) {
+Value Controls::_leaf_edittext(Ctx& ctx, const Node& node, Leaf& leaf) {
   const Attrs& attrs = node.attrs;
   Value c = Value::object({
       {"alignment", 37},
       {"bold", false},
-      {"caption", a.cap},
+      {"caption", leaf.cap},
       {"bgColorTab", color0(_bg_or(attrs, WHITE))},
       {"colorTab", color0(*_color_explicit(attrs, {"data-color"}, 0))},
       {"fontSize", size_or_default(_font_size(attrs), 16)},
       {"hintTextColor", 0},
       {"id", ctx.nid("edittext")},
-      {"position", a.pos},
+      {"position", leaf.pos},
       {"touchable", true},
       {"visible", true},
   });
@@ -322,26 +322,26 @@ Value Controls::_leaf_edittext(Ctx& ctx, const Node& node, Leaf& a) {
   }
   if (OptStr hint = nonempty_attr(attrs, "data-hint")) {
     const WarnFn warn = page_warner(ctx);
-    o.set("hintText", _clean_text(hint, &warn, a.cap).value_or(""));
+    o.set("hintText", _clean_text(hint, &warn, leaf.cap).value_or(""));
   }
   if (auto hc = _color_explicit(attrs, {"data-hint-color"}, std::nullopt))
     o.set("hintTextColor", *hc);
-  o.set("text", a.text.value_or(""));
+  o.set("text", leaf.text.value_or(""));
   _text_extra(c, attrs);
   return c;
 }
 
-Value Controls::_leaf_checkbox(Ctx& ctx, const Node& node, Leaf& a) {
+Value Controls::_leaf_checkbox(Ctx& ctx, const Node& node, Leaf& leaf) {
   const Attrs& attrs = node.attrs;
   // The default box is a square of the control's height. The attribute texts
   // are read as plain integers: "24px" is refused loudly.
-  Value cw = size_of(a.pos, "width", 100), ch = size_of(a.pos, "height", 40);
+  Value cw = size_of(leaf.pos, "width", 100), ch = size_of(leaf.pos, "height", 40);
   int64_t iw = int_attr_or(attrs, "data-icon-w", ch);
   int64_t ih = int_attr_or(attrs, "data-icon-h", ch);
   int64_t pad = int_attr_or(attrs, "data-pad", 6);
   int64_t text_w = std::max<int64_t>(int_of(cw) - iw - pad, 10);
 
-  Value c = toggle_head(attrs, a.cap, 36, CHECKBOX_BG);
+  Value c = toggle_head(attrs, leaf.cap, 36, CHECKBOX_BG);
   Object& o = c.as_object();
   o.set("colorTab", Value::object({
                         {"color0", *_color_explicit(attrs, {"data-color"}, TEXT_COLOR)},
@@ -349,7 +349,7 @@ Value Controls::_leaf_checkbox(Ctx& ctx, const Node& node, Leaf& a) {
                     }));
   o.set("iconPosition", Value::object({{"left", 0}, {"top", 0}, {"width", iw}, {"height", ih}}));
   o.set("id", ctx.nid("checkbox"));
-  o.set("position", a.pos);
+  o.set("position", leaf.pos);
   o.set("textPosition",
         Value::object({{"left", iw + pad}, {"top", 0}, {"width", text_w}, {"height", ch}}));
   o.set("visible", true);
@@ -359,9 +359,9 @@ Value Controls::_leaf_checkbox(Ctx& ctx, const Node& node, Leaf& a) {
   if (pic0) {
     o.set("picTab",
           Value::object({{"pic0", image_path(*pic0)}, {"pic2", image_path(pic2 ? *pic2 : *pic0)}}));
-    _corner_bg(ctx, c, attrs, _bg_color(attrs), a.cap);
+    _corner_bg(ctx, c, attrs, _bg_color(attrs), leaf.cap);
   }
-  o.set("text", a.text.value_or(""));
+  o.set("text", leaf.text.value_or(""));
   if (flag_or(attrs, "data-checked", "")) o.set("checked", true);
   _text_extra(c, attrs);
   return c;

@@ -32,15 +32,15 @@ void set_number_pair(Object& o, const Attrs& attrs, std::string_view name, std::
 
 }  // namespace
 
-Value Controls::_leaf_seekbar(Ctx& ctx, const Node& node, Leaf& a) {
+Value Controls::_leaf_seekbar(Ctx& ctx, const Node& node, Leaf& leaf) {
   const Attrs& attrs = node.attrs;
-  Value c = headed(-1, a.cap,
+  Value c = headed(-1, leaf.cap,
                    {
                        {"defProgress", 0},
                        {"id", ctx.nid("seekbar")},
                        {"max", 100},
                        {"orientation", 0},
-                       {"position", a.pos},
+                       {"position", leaf.pos},
                        {"touchable", false},
                        {"visible", true},
                    });
@@ -71,7 +71,7 @@ Value Controls::_leaf_seekbar(Ctx& ctx, const Node& node, Leaf& a) {
     o.set("thumb", thumb);
   }
 
-  assets_._seekbar_css_assets(ctx, node, c, a.pos, a.cap);
+  assets_._seekbar_css_assets(ctx, node, c, leaf.pos, leaf.cap);
 
   // A bar without a thumb keeps the key, empty, and stays untouchable.
   if (!o.contains("thumb")) {
@@ -82,18 +82,18 @@ Value Controls::_leaf_seekbar(Ctx& ctx, const Node& node, Leaf& a) {
   return c;
 }
 
-Value Controls::_leaf_circlebar(Ctx& ctx, const Node& node, Leaf& a) {
+Value Controls::_leaf_circlebar(Ctx& ctx, const Node& node, Leaf& leaf) {
   const Attrs& attrs = node.attrs;
-  Value cw = size_of(a.pos, "width", 200), ch = size_of(a.pos, "height", 200);
+  Value cw = size_of(leaf.pos, "width", 200), ch = size_of(leaf.pos, "height", 200);
   Value c = headed(
-      -1, a.cap,
+      -1, leaf.cap,
       {
           {"clockwise", true},
           {"id", ctx.nid("circlebar")},
           {"max", 100},
           {"maxAngle", 360},
           {"progressPicPos", Value::object({{"left", 0}, {"top", 0}, {"width", 0}, {"height", 0}})},
-          {"position", a.pos},
+          {"position", leaf.pos},
           {"startAngle", 0},
           {"touchable", true},
           {"touchRange", Value::object({{"lower", 0}, {"upper", 0}})},
@@ -141,14 +141,14 @@ Value Controls::_leaf_circlebar(Ctx& ctx, const Node& node, Leaf& a) {
   return c;
 }
 
-Value Controls::_leaf_pointer(Ctx& ctx, const Node& node, Leaf& a) {
+Value Controls::_leaf_pointer(Ctx& ctx, const Node& node, Leaf& leaf) {
   const Attrs& attrs = node.attrs;
-  Value c = headed(-1, a.cap,
+  Value c = headed(-1, leaf.cap,
                    {
                        {"id", ctx.nid("pointer")},
                        {"rotateSpeed", 1},
                        {"startAngle", 0},
-                       {"position", a.pos},
+                       {"position", leaf.pos},
                        {"touchable", false},
                        {"visible", true},
                    });
@@ -177,19 +177,19 @@ Value Controls::_leaf_pointer(Ctx& ctx, const Node& node, Leaf& a) {
   return c;
 }
 
-Value Controls::_leaf_digitalclock(Ctx& ctx, const Node& node, Leaf& a) {
+Value Controls::_leaf_digitalclock(Ctx& ctx, const Node& node, Leaf& leaf) {
   const Attrs& attrs = node.attrs;
   Value c = Value::object({
       {"backgroundColor", -1},
       {"beat", false},
-      {"caption", a.cap},
+      {"caption", leaf.cap},
       {"clockColor", 16777215},
       {"format", "HH:MM"},
       {"fontSize", size_or_default(_font_size(attrs), 32)},
       {"id", ctx.nid("digitalclock")},
       {"touchable", false},
       {"visible", true},
-      {"position", a.pos},
+      {"position", leaf.pos},
   });
   Object& o = c.as_object();
 

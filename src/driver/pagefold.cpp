@@ -22,8 +22,8 @@
 #include "driver/converter.hpp"
 #include "finish/finish.hpp"
 #include "pagefold/error.hpp"
+#include "util/record_values.hpp"
 #include "util/text.hpp"
-#include "util/value_text.hpp"
 
 namespace pagefold {
 namespace {

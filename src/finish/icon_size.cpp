@@ -16,8 +16,8 @@
 
 #include "finish/finish.hpp"
 #include "pagefold/error.hpp"
+#include "util/record_values.hpp"
 #include "util/text.hpp"
-#include "util/value_text.hpp"
 
 namespace pagefold {
 namespace {

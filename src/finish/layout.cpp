@@ -10,17 +10,17 @@
 #include "finish/finish.hpp"
 #include "pagefold/error.hpp"
 #include "util/num.hpp"
+#include "util/record_values.hpp"
 #include "util/regex.hpp"
 #include "util/text.hpp"
-#include "util/value_text.hpp"
 
 namespace pagefold {
 namespace {
 
 using Ctrls = std::vector<std::pair<std::string, Value>>;
 
-// A number as the rules compare it; text and other kinds are refused like an
-// arithmetic on them would be.
+// A number as the layout compares it: integers and reals by value, true and
+// false as 1 and 0; text and other kinds are refused with a TypeError.
 double number(const Value& v) {
   if (v.is_int() || v.is_real()) return v.as_number();
   if (v.is_bool()) return v.as_bool() ? 1.0 : 0.0;

@@ -78,7 +78,8 @@ inline bool truthy(const std::optional<int64_t>& v) { return v && *v != 0; }
 bool flag(const OptStr& v);
 // The image path rule: kept when it contains "/", else "images/" in front.
 std::string image_path(const std::string& v);
-// The attribute's value when non-empty, else absent (the rules' "non-empty").
+// The attribute's value when non-empty, else absent: both a missing
+// attribute and one written without a value or as "" count as not given.
 OptStr nonempty_attr(const Attrs& attrs, std::string_view name);
 // The first non-empty of several attributes.
 OptStr first_nonempty(const Attrs& attrs, std::initializer_list<std::string_view> names);

@@ -6,8 +6,8 @@
 
 #include "pagefold/error.hpp"
 #include "util/num.hpp"
+#include "util/record_values.hpp"
 #include "util/text.hpp"
-#include "util/value_text.hpp"
 
 namespace pagefold {
 namespace {

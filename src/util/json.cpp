@@ -70,7 +70,7 @@ bool Value::same(const Value& other) const {
 
 namespace {
 
-// True and false count as 1 and 0 among numbers, as in the rules' values.
+// True and false count as 1 and 0 among numbers: `true == 1` holds.
 bool numeric(const Value& v) { return v.is_int() || v.is_real() || v.is_bool(); }
 
 bool numbers_equal(const Value& a, const Value& b) {

@@ -1,4 +1,5 @@
-// Number texts in and out, with the conversion's parsing and rounding rules.
+// Number texts in and out: Unicode digits, underscores between digits, and
+// the four roundings kept apart.
 #include "util/num.hpp"
 
 #include <charconv>
@@ -66,7 +67,7 @@ std::string shown(std::string_view s, size_t max_chars) {
 }
 
 // The parts of one printf conversion "%[flags][width][.precision]<conv>".
-struct Spec {
+struct FormatSpec {
   std::string prefix, suffix;  // literal text around the conversion
   std::string flags;
   int width = -1;
@@ -74,8 +75,8 @@ struct Spec {
   char conv = 0;
 };
 
-Spec parse_spec(const char* format) {
-  Spec sp;
+FormatSpec parse_spec(const char* format) {
+  FormatSpec sp;
   const std::string f(format);
   size_t i = 0;
   for (; i < f.size(); ++i) {
@@ -115,7 +116,7 @@ Spec parse_spec(const char* format) {
   return sp;
 }
 
-std::string head(const Spec& sp) {
+std::string head(const FormatSpec& sp) {
   std::string h = "%" + sp.flags;
   if (sp.width >= 0) h += std::to_string(sp.width);
   if (sp.precision >= 0) h += "." + std::to_string(sp.precision);
@@ -131,7 +132,7 @@ std::string print(const std::string& format, auto value) {
 
 // Pads `body` (sign first) to the format's width: zeros after the sign and any
 // "0x" with the '0' flag, spaces otherwise.
-std::string pad(const Spec& sp, std::string body, size_t sign_len) {
+std::string pad(const FormatSpec& sp, std::string body, size_t sign_len) {
   if (sp.width < 0 || body.size() >= static_cast<size_t>(sp.width)) return body;
   const size_t fill = static_cast<size_t>(sp.width) - body.size();
   if (sp.flags.find('-') != std::string::npos) return body + std::string(fill, ' ');
@@ -140,13 +141,13 @@ std::string pad(const Spec& sp, std::string body, size_t sign_len) {
 }
 
 // A text conversion pads with spaces only.
-Spec text_spec(const Spec& sp) {
-  Spec t = sp;
+FormatSpec text_spec(const FormatSpec& sp) {
+  FormatSpec t = sp;
   t.flags = sp.flags.find('-') != std::string::npos ? "-" : "";
   return t;
 }
 
-std::string format_real(const Spec& sp, double d) {
+std::string format_real(const FormatSpec& sp, double d) {
   switch (sp.conv) {
     case 'f':
     case 'F':
@@ -165,7 +166,7 @@ std::string format_real(const Spec& sp, double d) {
   }
 }
 
-std::string format_int(const Spec& sp, int64_t i) {
+std::string format_int(const FormatSpec& sp, int64_t i) {
   switch (sp.conv) {
     case 'd':
     case 'i':
@@ -320,19 +321,19 @@ int64_t floordiv(int64_t a, int64_t b) {
 std::string real_text(double d) { return real_repr(d); }
 
 std::string fmt(const char* format, double d) {
-  const Spec sp = parse_spec(format);
+  const FormatSpec sp = parse_spec(format);
   // An integer conversion of a real shows its truncation.
   const std::string body = integer_conv(sp.conv) ? format_int(sp, trunc(d)) : format_real(sp, d);
   return sp.prefix + body + sp.suffix;
 }
 
 std::string fmt(const char* format, int64_t i) {
-  const Spec sp = parse_spec(format);
+  const FormatSpec sp = parse_spec(format);
   return sp.prefix + format_int(sp, i) + sp.suffix;
 }
 
 std::string hex(int64_t v, int width, bool upper) {
-  Spec sp;
+  FormatSpec sp;
   sp.flags = "0";
   sp.width = width;
   sp.conv = upper ? 'X' : 'x';

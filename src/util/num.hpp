@@ -1,4 +1,4 @@
-// Number parsing and formatting with the conversion's exact rules. Four
+// Number parsing and formatting, exact to the digit. Four
 // roundings are kept apart: truncation toward zero, ties-to-even rounding,
 // floor division, and printf-style formatting of the binary value.
 #pragma once

@@ -1,5 +1,5 @@
-// Regular expressions on PCRE2 with the whitespace set and the find-all,
-// split and substitution behaviour the conversion rules are written in.
+// Regular expressions on PCRE2 with the exact whitespace set, and find-all,
+// split and substitution that walk the subject left to right without overlap.
 #define PCRE2_CODE_UNIT_WIDTH 8
 #include "util/regex.hpp"
 
@@ -30,8 +30,8 @@ bool hex_run(std::string_view p, size_t at, size_t n) {
   return true;
 }
 
-// Rewrites the escapes whose meaning differs between the rules' notation and
-// PCRE2: \s and \S, \v (only U+000B), \Z (the very end), and the \uXXXX and
+// Rewrites the escapes whose meaning differs between the converter's patterns
+// and PCRE2: \s and \S, \v (only U+000B), \Z (the very end), and the \uXXXX and
 // \UXXXXXXXX code point escapes PCRE2 does not know.
 std::string translate(std::string_view p) {
   std::string out;

@@ -1,4 +1,4 @@
-// Regular expressions with the semantics the conversion rules are written in:
+// Regular expressions as the converter's patterns are written:
 // Unicode \s, \d and \w, backtracking, non-greedy quantifiers, look-ahead, and
 // `$` at the end or before a final line feed. Built on PCRE2 (UTF + UCP, JIT),
 // with `\s`/`\S` widened at compile time to the exact whitespace set.
