@@ -92,6 +92,9 @@ class Assets {
       const std::string& kind);
   Color _rgba_of(int64_t cint) const;
 
+  // The text of every style sheet of the document.
+  const std::string& css_text() const { return css_text_; }
+
  private:
   GenRes* gen_res_;
   std::string css_text_;

@@ -49,111 +49,157 @@ PictureMaker gradient_shadow_maker(GenRes& gr, std::string expr, std::string nam
   };
 }
 
-}  // namespace
+// The pictures of one node's effects, stage by stage. Stages are independent
+// unless one says otherwise, and a later stage may replace the picture of an
+// earlier one.
+class NodeEffects {
+ public:
+  NodeEffects(Assets& assets, Ctx& ctx, const Node& node, int64_t w, int64_t h,
+              const std::string& cap)
+      : assets_(assets),
+        ctx_(ctx),
+        node_(node),
+        w_(w),
+        h_(h),
+        who_(cap_or_n(cap, ctx)),
+        style_(_attr(node.attrs, "style").value_or("")),
+        g_(assets.gen_res()),
+        ss_(assets.tools().css_ss) {}
 
-EffectAssets Assets::_effect_assets(Ctx& ctx, const Node& node, int64_t w, int64_t h,
-                                    const std::string& cap) {
-  const Attrs& attrs = node.attrs;
-  std::string style = _attr(attrs, "style").value_or("");
-  std::set<std::string> classes = _classes(attrs);
-  EffectAssets out;
-  if (!can_generate()) return out;
-  GenRes& g = gen_res();
-  const std::string who = cap_or_n(cap, ctx);
-  const int64_t ss = tools().css_ss;
-
-  // Gradient: the first linear gradient of the style.
-  auto grad = gradient_re().search(style);
-  if (grad) {
-    Gradient parsed = _parse_gradient(grad->str(1));
-    if (parsed.stops.size() >= 2) {
-      int64_t radius = _radius_px(style, double(w), double(h), 0);
-      std::string name = numbered("grad_", who, gen_count);
-      auto pic = _gen_asset(ctx, [&g, name, w, h, parsed, radius, ss](const std::string& d) {
-        return g.gen_gradient_stops(d, name, w, h, parsed.stops, parsed.horizontal, radius, ss);
-      });
-      if (pic) out.backgroundPic = pic;
-    }
+  // The first linear gradient of the style, when it has two stops or more.
+  void gradient() {
+    grad_ = gradient_re().search(style_);
+    if (!grad_) return;
+    Gradient parsed = _parse_gradient(grad_->str(1));
+    if (parsed.stops.size() < 2) return;
+    int64_t radius = _radius_px(style_, double(w_), double(h_), 0);
+    std::string name = numbered("grad_", who_, assets_.gen_count);
+    GenRes& g = g_;
+    const int64_t w = w_, h = h_, ss = ss_;
+    auto pic = assets_._gen_asset(ctx_, [&g, name, w, h, parsed, radius, ss](const std::string& d) {
+      return g.gen_gradient_stops(d, name, w, h, parsed.stops, parsed.horizontal, radius, ss);
+    });
+    if (pic) out_.backgroundPic = pic;
   }
 
-  // Shadow. With a gradient already made, the composite file is written and
-  // counted, but the control keeps the plain gradient and is not grown.
-  if (auto sh = _shadow_spec(style)) {
+  // The box shadow as a card with its shadow, the box growing by `pad`. With
+  // a gradient already made, the composite file is written and counted, but
+  // the control keeps the plain gradient and is not grown. A malformed shadow
+  // is told and ignored.
+  void shadow() {
+    auto sh = _shadow_spec(style_);
+    if (!sh) return;
     try {
       int64_t pad = _shadow_pad(double(sh->ox), double(sh->oy), double(sh->blur));
-      int64_t radius = _radius_px(style, double(w), double(h), 8);
+      int64_t radius = _radius_px(style_, double(w_), double(h_), 8);
       static const Regex bg_re(R"(background(?:-color)?\s*:\s*([^;]+))");
       std::optional<Color> fill = Color::rgba(30, 39, 53, 255);
-      if (auto m = bg_re.search(style)) fill = _css_color(text::strip(m->group(1)));
-      if (out.backgroundPic) {
-        _gen_asset(
-            ctx, gradient_shadow_maker(g, grad->str(1), numbered("gradshadow_", who, gen_count), w,
-                                       h, radius, sh->blur, sh->color, ss));
-      } else {
-        std::string name = numbered("shadow_", who, gen_count);
-        ShadowSpec shadow = *sh;
-        auto pic =
-            _gen_asset(ctx, [&g, name, w, h, radius, fill, shadow, ss](const std::string& d) {
-              return g.gen_shadow_card(d, name, w, h, radius, fill, shadow, false, ss);
-            });
-        if (pic) {
-          out.backgroundPic = pic;
-          out.pad = pad;
-        }
+      if (auto m = bg_re.search(style_)) fill = _css_color(text::strip(m->group(1)));
+      if (out_.backgroundPic) {
+        assets_._gen_asset(
+            ctx_, gradient_shadow_maker(g_, grad_->str(1),
+                                        numbered("gradshadow_", who_, assets_.gen_count), w_, h_,
+                                        radius, sh->blur, sh->color, ss_));
+        return;
+      }
+      std::string name = numbered("shadow_", who_, assets_.gen_count);
+      ShadowSpec shadow = *sh;
+      GenRes& g = g_;
+      const int64_t w = w_, h = h_, ss = ss_;
+      auto pic = assets_._gen_asset(
+          ctx_, [&g, name, w, h, radius, fill, shadow, ss](const std::string& d) {
+            return g.gen_shadow_card(d, name, w, h, radius, fill, shadow, false, ss);
+          });
+      if (pic) {
+        out_.backgroundPic = pic;
+        out_.pad = pad;
       }
     } catch (const std::exception& e) {
-      ctx.warnings.push_back(who + ": box-shadow 转图失败（" + failure_type(e) + ": " +
-                             failure_message(e) + "），已忽略该阴影");
+      ctx_.warnings.push_back(who_ + ": box-shadow 转图失败（" + failure_type(e) + ": " +
+                              failure_message(e) + "），已忽略该阴影");
     }
   }
 
-  // Emoji-only text becomes a picture of its first emoji.
-  static const Regex blanks(R"([ \t\r\f\x0b]+)");
-  std::string raw_text = text::strip(blanks.sub(" ", node.text));
-  if (!raw_text.empty() && _clean_text(raw_text).value_or("").empty()) {
+  // Text made only of emoji (and what the device font lacks) becomes a
+  // picture of its first emoji; any pad of a shadow stays.
+  void emoji() {
+    static const Regex blanks(R"([ \t\r\f\x0b]+)");
+    std::string raw_text = text::strip(blanks.sub(" ", node_.text));
+    if (raw_text.empty() || !_clean_text(raw_text).value_or("").empty()) return;
     std::u32string chars = text::to_u32(raw_text);
     auto it = std::find_if(chars.begin(), chars.end(), _is_emoji);
-    if (it != chars.end()) {
-      std::string emoji_ch = text::to_utf8(*it);
-      std::string name = numbered("emoji_", who, gen_count);
-      auto pic = _gen_asset(ctx, [&g, name, w, h, emoji_ch](const std::string& d) {
-        return g.emoji_icon_box(d, name, w, h, emoji_ch);
-      });
-      if (pic) {
-        out.backgroundPic = pic;
-        out.use_emoji = true;
-      }
+    if (it == chars.end()) return;
+    std::string emoji_ch = text::to_utf8(*it);
+    std::string name = numbered("emoji_", who_, assets_.gen_count);
+    GenRes& g = g_;
+    const int64_t w = w_, h = h_;
+    auto pic = assets_._gen_asset(ctx_, [&g, name, w, h, emoji_ch](const std::string& d) {
+      return g.emoji_icon_box(d, name, w, h, emoji_ch);
+    });
+    if (pic) {
+      out_.backgroundPic = pic;
+      out_.use_emoji = true;
     }
   }
 
-  // Spinner: by class, or by an animation whose style speaks of turning.
-  static const Regex anim_re(R"(animation\s*:)");
-  bool spinner =
-      classes.count("loading") || classes.count("spinner") ||
-      (anim_re.search(style) && (text::contains(style, "spin") || text::contains(style, "rotate") ||
-                                 text::contains(style, "loading")));
-  if (spinner) {
-    int64_t size = std::max(w, h);
+  // A spinner, by class or by an animation whose style speaks of turning:
+  // an animated GIF, and beside it the frame sequence.
+  void spinner() {
+    std::set<std::string> classes = _classes(node_.attrs);
+    static const Regex anim_re(R"(animation\s*:)");
+    bool spinner = classes.count("loading") || classes.count("spinner") ||
+                   (anim_re.search(style_) &&
+                    (text::contains(style_, "spin") || text::contains(style_, "rotate") ||
+                     text::contains(style_, "loading")));
+    if (!spinner) return;
+    int64_t size = std::max(w_, h_);
     // Not anchored: a background-color standing first is the spinner's colour.
     static const Regex color_re(R"(color\s*:\s*([^;]+))");
     // A colour declaration that cannot be read is handed on as absent: the
     // picture module decides what an unreadable colour looks like.
     std::optional<Color> color = Color::rgba(66, 201, 255, 255);
-    if (auto m = color_re.search(style)) color = _css_color(text::strip(m->group(1)));
-    std::string base = "loading_" + who;
-    auto gif = _gen_asset(ctx, [&g, base, size, color](const std::string& d) {
+    if (auto m = color_re.search(style_)) color = _css_color(text::strip(m->group(1)));
+    std::string base = "loading_" + who_;
+    GenRes& g = g_;
+    auto gif = assets_._gen_asset(ctx_, [&g, base, size, color](const std::string& d) {
       return g.frames_loading_gif(d, base + ".gif", size, color, 12);
     });
     // The frame sequence is a courtesy beside the GIF: not counted, and a
     // failure of it is not worth a word.
     try {
-      g.frames_loading(*asset_dir, base, size, color, 12);
+      g_.frames_loading(*assets_.asset_dir, base, size, color, 12);
     } catch (const std::exception&) {
     }
-    out.imageanim = true;
-    if (gif) out.anim_file = gif;
+    out_.imageanim = true;
+    if (gif) out_.anim_file = gif;
   }
-  return out;
+
+  const EffectAssets& made() const { return out_; }
+
+ private:
+  Assets& assets_;
+  Ctx& ctx_;
+  const Node& node_;
+  const int64_t w_, h_;
+  const std::string who_;  // the caption, or the page's running number in file names
+  const std::string style_;
+  GenRes& g_;
+  const int64_t ss_;           // supersampling handed to the module
+  std::optional<Match> grad_;  // the gradient of the style, when it has one
+  EffectAssets out_;
+};
+
+}  // namespace
+
+EffectAssets Assets::_effect_assets(Ctx& ctx, const Node& node, int64_t w, int64_t h,
+                                    const std::string& cap) {
+  if (!can_generate()) return {};
+  NodeEffects effects(*this, ctx, node, w, h, cap);
+  effects.gradient();
+  effects.shadow();
+  effects.emoji();
+  effects.spinner();
+  return effects.made();
 }
 
 std::optional<std::string> Assets::_icon_png(Ctx& ctx, const std::string& glyph, int64_t cw,

@@ -327,71 +327,73 @@ void add_first_page_counts(Value& record, const std::vector<Page>& pages) {
   record["controlsNested"] = std::max<int64_t>(0, controls - top);
 }
 
-Value convert_file(const std::string& input_html, const std::optional<std::string>& output_json,
-                   const std::optional<std::string>& res,
-                   const std::optional<std::string>& asset_dir_in, bool merge_windows,
-                   const Modules& modules) {
-  std::error_code ec;
-  if (!fs::is_regular_file(input_html, ec)) {
-    return Value::object({{"success", false}, {"error", "html 文件不存在: " + input_html}});
-  }
-  const std::string text = read_text(input_html);
-  std::vector<std::string> warnings;
-
-  // Where the pages go.
-  const bool has_output = output_json && !output_json->empty();
-  std::optional<std::string> out_file;
+// Where a conversion's files go: the page file or directory, and the
+// pictures' directory.
+struct Places {
+  bool has_output = false;              // an output argument was given
+  std::optional<std::string> out_file;  // a ".json" output names the one file
   std::string out_dir;
-  if (has_output && text::ends_with(text::lower(*output_json), ".json")) {
-    out_file = abspath(*output_json);
-    out_dir = dirname(*out_file);
-  } else if (has_output) {
-    out_dir = abspath(*output_json);
-  } else {
-    out_dir = dirname(abspath(input_html));
-  }
+  std::optional<std::string> asset_dir;
+};
 
-  // Where the pictures go: beside a project's ui/ directory when the pages go
-  // there, else beside the pages, with a word to the designer.
-  std::optional<std::string> asset_dir = asset_dir_in;
-  if (!asset_dir && has_output) {
-    if (basename(out_dir) == "ui") {
-      asset_dir = join(join(dirname(out_dir), "resources"), "images");
+Places settle_places(const std::string& input_html, const std::optional<std::string>& output_json,
+                     const std::optional<std::string>& asset_dir,
+                     std::vector<std::string>& warnings) {
+  Places at;
+  at.has_output = output_json && !output_json->empty();
+  if (at.has_output && text::ends_with(text::lower(*output_json), ".json")) {
+    at.out_file = abspath(*output_json);
+    at.out_dir = dirname(*at.out_file);
+  } else if (at.has_output) {
+    at.out_dir = abspath(*output_json);
+  } else {
+    at.out_dir = dirname(abspath(input_html));
+  }
+  // Pictures go beside a project's ui/ directory when the pages go there,
+  // else beside the pages, with a word to the designer.
+  at.asset_dir = asset_dir;
+  if (!at.asset_dir && at.has_output) {
+    if (basename(at.out_dir) == "ui") {
+      at.asset_dir = join(join(dirname(at.out_dir), "resources"), "images");
     } else {
-      asset_dir = join(out_dir, "images");
+      at.asset_dir = join(at.out_dir, "images");
       warnings.push_back(NOT_IN_UI);
     }
   }
+  return at;
+}
 
-  Finished done = convert_and_finish(text, res, asset_dir, merge_windows, modules, warnings);
-  if (!done.failure.is_null()) return done.failure;
-  const std::vector<Page>& pages = done.pages;
-
-  const bool per_page = done.meta.get("mode") == Value("per-screen");
+// The page files to write: one per page in per-screen mode, else the first
+// page's root at the named file (or at the first page id in the output
+// directory), or nothing without an output place.
+std::vector<PendingFile> page_files(const Places& at, const std::vector<Page>& pages,
+                                    bool per_page) {
   std::vector<PendingFile> files;
-  std::optional<std::string> target;
   if (per_page) {
-    for (const Page& page : pages) files.push_back({join(out_dir, page.first + ".json"), "", ""});
-    for (size_t i = 0; i < pages.size(); ++i) files[i].content = dump(pages[i].second, 2);
-  } else {
-    if (out_file) {
-      target = out_file;
-    } else if (has_output && !pages.empty()) {
-      target = join(out_dir, pages.front().first + ".json");
-    }
-    if (target && !pages.empty()) files.push_back({*target, dump(pages.front().second, 2), ""});
+    for (const Page& page : pages)
+      files.push_back({join(at.out_dir, page.first + ".json"), dump(page.second, 2), ""});
+    return files;
   }
-  write_all(files);
-  std::vector<std::string> json_paths;
-  for (const PendingFile& f : files) json_paths.push_back(f.path);
+  std::optional<std::string> target = at.out_file;
+  if (!target && at.has_output && !pages.empty()) {
+    target = join(at.out_dir, pages.front().first + ".json");
+  }
+  if (target && !pages.empty()) files.push_back({*target, dump(pages.front().second, 2), ""});
+  return files;
+}
 
+// The success record of a file conversion.
+Value file_record(const Finished& done, const std::vector<std::string>& json_paths, bool per_page,
+                  const std::optional<std::string>& output_json,
+                  const std::optional<std::string>& asset_dir,
+                  const std::vector<std::string>& warnings) {
+  const std::vector<Page>& pages = done.pages;
   Value json_path;
   if (!json_paths.empty()) {
     json_path = json_paths.front();
   } else if (!per_page) {
     json_path = optional_text(output_json);
   }
-
   Value page_list = Value::array();
   for (size_t i = 0; i < pages.size(); ++i) {
     Value json;
@@ -402,7 +404,6 @@ Value convert_file(const std::string& input_html, const std::optional<std::strin
     }
     page_list.as_array().push_back(Value::object({{"page", pages[i].first}, {"json", json}}));
   }
-
   Value record = Value::object({
       {"success", true},
       {"jsonPath", json_path},
@@ -419,6 +420,29 @@ Value convert_file(const std::string& input_html, const std::optional<std::strin
   record["radButtonGlue"] = done.rad_glue;
   record["assetDir"] = optional_text(asset_dir);
   return record;
+}
+
+Value convert_file(const std::string& input_html, const std::optional<std::string>& output_json,
+                   const std::optional<std::string>& res,
+                   const std::optional<std::string>& asset_dir, bool merge_windows,
+                   const Modules& modules) {
+  std::error_code ec;
+  if (!fs::is_regular_file(input_html, ec)) {
+    return Value::object({{"success", false}, {"error", "html 文件不存在: " + input_html}});
+  }
+  const std::string text = read_text(input_html);
+  std::vector<std::string> warnings;
+  const Places at = settle_places(input_html, output_json, asset_dir, warnings);
+
+  Finished done = convert_and_finish(text, res, at.asset_dir, merge_windows, modules, warnings);
+  if (!done.failure.is_null()) return done.failure;
+
+  const bool per_page = done.meta.get("mode") == Value("per-screen");
+  std::vector<PendingFile> files = page_files(at, done.pages, per_page);
+  write_all(files);
+  std::vector<std::string> json_paths;
+  for (const PendingFile& f : files) json_paths.push_back(f.path);
+  return file_record(done, json_paths, per_page, output_json, at.asset_dir, warnings);
 }
 
 Value convert_text_record(const std::string& html, const std::optional<std::string>& res,
