@@ -12,12 +12,12 @@ cd "$(dirname "${BASH_SOURCE[0]}")/.."
 # What the library, the command, the plug-ins, the tests and the benchmarks
 # are built from.
 REQUIRED=(
-  build-essential g++ cmake pkg-config
+  build-essential g++ cmake pkg-config python3 clang-format
   libpcre2-dev libutf8proc-dev libspng-dev zlib1g-dev
   libgtest-dev libgmock-dev libbenchmark-dev
 )
-# Nice to have: formatting of changes.
-OPTIONAL=(clang-format)
+# Nice to have.
+OPTIONAL=()
 
 deps_only=0
 for arg in "$@"; do

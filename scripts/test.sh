@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Sets up, builds and runs every test.
+# Sets up, builds and runs every test, then checks the formatting.
 #   scripts/test.sh             build into build/ and run the tests there
 #   scripts/test.sh --sanitize  build into build-asan/ with AddressSanitizer
 #                               and UndefinedBehaviorSanitizer, run the tests there
@@ -25,3 +25,5 @@ else
   dir=build
 fi
 ctest --test-dir "$dir" --output-on-failure -j "$(nproc)"
+# Formatting is part of the tree's shape: an unformatted file fails the run.
+scripts/check-format.sh

@@ -1,0 +1,181 @@
+// The JSON value: maps and lists shared by handle, insertion-ordered maps,
+// truthiness, structural equality and deep copies.
+#include "pagefold/json.hpp"
+
+#include <cmath>
+
+#include "pagefold/error.hpp"
+
+namespace pagefold {
+
+Value Value::object() { return Value(std::make_shared<Object>()); }
+
+Value Value::array() { return Value(std::make_shared<Array>()); }
+
+Value Value::object(std::initializer_list<std::pair<std::string_view, Value>> items) {
+  Value v = object();
+  Object& o = v.as_object();
+  for (const auto& [k, x] : items) o.set(k, x);
+  return v;
+}
+
+bool Value::truthy() const {
+  switch (kind()) {
+    case Kind::Null:
+      return false;
+    case Kind::Bool:
+      return as_bool();
+    case Kind::Int:
+      return as_int() != 0;
+    case Kind::Real:
+      return as_real() != 0.0;  // NaN is truthy
+    case Kind::String:
+      return !as_string().empty();
+    case Kind::Object:
+      return !as_object().empty();
+    case Kind::Array:
+      return !as_array().empty();
+  }
+  return false;
+}
+
+Value& Value::operator[](std::string_view key) const {
+  if (!is_object())
+    throw TypeError("'" + std::string(key) + "' looked up in a value that is no map");
+  return as_object()[key];
+}
+
+Value Value::get(std::string_view key) const {
+  if (!is_object()) return Value();
+  return as_object().get(key);
+}
+
+bool Value::contains(std::string_view key) const {
+  return is_object() && as_object().contains(key);
+}
+
+bool Value::same(const Value& other) const {
+  if (is_object() && other.is_object()) return object_ptr() == other.object_ptr();
+  if (is_array() && other.is_array())
+    return std::get<std::shared_ptr<Array>>(v_) == std::get<std::shared_ptr<Array>>(other.v_);
+  if (is_object() || is_array() || other.is_object() || other.is_array()) return false;
+  return *this == other;
+}
+
+namespace {
+
+// True and false count as 1 and 0 among numbers: `true == 1` holds.
+bool numeric(const Value& v) { return v.is_int() || v.is_real() || v.is_bool(); }
+
+bool numbers_equal(const Value& a, const Value& b) {
+  auto as_i = [](const Value& v) -> int64_t {
+    return v.is_bool() ? int64_t(v.as_bool()) : v.as_int();
+  };
+  if (!a.is_real() && !b.is_real()) return as_i(a) == as_i(b);
+  if (a.is_real() && b.is_real()) return a.as_real() == b.as_real();
+  // One integer, one real: exact comparison without rounding the integer.
+  const double d = a.is_real() ? a.as_real() : b.as_real();
+  const int64_t i = a.is_real() ? as_i(b) : as_i(a);
+  if (!std::isfinite(d) || d != std::trunc(d)) return false;
+  if (d < -9223372036854775808.0 || d >= 9223372036854775808.0) return false;
+  return static_cast<int64_t>(d) == i;
+}
+
+}  // namespace
+
+bool operator==(const Value& a, const Value& b) {
+  if (numeric(a) && numeric(b)) return numbers_equal(a, b);
+  if (a.kind() != b.kind()) return false;
+  switch (a.kind()) {
+    case Value::Kind::Null:
+      return true;
+    case Value::Kind::String:
+      return a.as_string() == b.as_string();
+    case Value::Kind::Object: {
+      const Object& x = a.as_object();
+      const Object& y = b.as_object();
+      if (&x == &y) return true;
+      if (x.size() != y.size()) return false;
+      for (const auto& [k, v] : x) {
+        const Value* w = y.find(k);
+        if (!w || !(v == *w)) return false;
+      }
+      return true;
+    }
+    case Value::Kind::Array: {
+      const Array& x = a.as_array();
+      const Array& y = b.as_array();
+      if (&x == &y) return true;
+      if (x.size() != y.size()) return false;
+      for (size_t i = 0; i < x.size(); ++i)
+        if (!(x[i] == y[i])) return false;
+      return true;
+    }
+    default:
+      return false;  // numbers handled above
+  }
+}
+
+Value* Object::find(std::string_view key) {
+  for (auto& it : items_)
+    if (it.first == key) return &it.second;
+  return nullptr;
+}
+
+const Value* Object::find(std::string_view key) const {
+  for (const auto& it : items_)
+    if (it.first == key) return &it.second;
+  return nullptr;
+}
+
+void Object::set(std::string_view key, Value v) {
+  if (Value* p = find(key)) {
+    *p = std::move(v);
+    return;
+  }
+  items_.emplace_back(std::string(key), std::move(v));
+}
+
+Value& Object::operator[](std::string_view key) {
+  if (Value* p = find(key)) return *p;
+  items_.emplace_back(std::string(key), Value());
+  return items_.back().second;
+}
+
+Value Object::get(std::string_view key) const {
+  const Value* p = find(key);
+  return p ? *p : Value();
+}
+
+bool Object::erase(std::string_view key) {
+  for (auto it = items_.begin(); it != items_.end(); ++it) {
+    if (it->first == key) {
+      items_.erase(it);
+      return true;
+    }
+  }
+  return false;
+}
+
+void Object::setdefault(std::string_view key, Value v) {
+  if (!find(key)) items_.emplace_back(std::string(key), std::move(v));
+}
+
+Value deep_copy(const Value& v) {
+  if (v.is_object()) {
+    Value out = Value::object();
+    Object& o = out.as_object();
+    for (const auto& [k, x] : v.as_object()) o.set(k, deep_copy(x));
+    return out;
+  }
+  if (v.is_array()) {
+    Value out = Value::array();
+    Array& a = out.as_array();
+    a.reserve(v.as_array().size());
+    for (const auto& x : v.as_array()) a.push_back(deep_copy(x));
+    return out;
+  }
+  return v;
+}
+
+}  // namespace pagefold

@@ -1,0 +1,181 @@
+// The page-file writer: the layout of page files and of the console record,
+// escapes, and reals in their shortest round-trip form.
+#include "pagefold/json.hpp"
+
+#include <charconv>
+#include <cmath>
+#include <string>
+
+namespace pagefold {
+
+std::string real_repr(double d) {
+  if (std::isnan(d)) return "nan";
+  if (std::isinf(d)) return d > 0 ? "inf" : "-inf";
+  // Shortest round-trip digits in scientific form, e.g. "-1.2345e+02".
+  char buf[64];
+  auto res = std::to_chars(buf, buf + sizeof buf, d, std::chars_format::scientific);
+  std::string_view sci(buf, res.ptr - buf);
+  std::string out;
+  if (sci.front() == '-') {
+    out.push_back('-');
+    sci.remove_prefix(1);
+  }
+  const size_t e = sci.find('e');
+  std::string digits;
+  for (char c : sci.substr(0, e))
+    if (c != '.') digits.push_back(c);
+  int exp = 0;
+  std::from_chars(sci.data() + e + 1 + (sci[e + 1] == '+'), sci.data() + sci.size(), exp);
+
+  if (exp < -4 || exp >= 16) {
+    out.push_back(digits[0]);
+    if (digits.size() > 1) {
+      out.push_back('.');
+      out.append(digits, 1);
+    }
+    out.push_back('e');
+    out.push_back(exp < 0 ? '-' : '+');
+    const int mag = exp < 0 ? -exp : exp;
+    if (mag < 10) out.push_back('0');
+    out += std::to_string(mag);
+    return out;
+  }
+  const int point = exp + 1;  // digits before the decimal point
+  const int n = static_cast<int>(digits.size());
+  if (point <= 0) {
+    out += "0.";
+    out.append(static_cast<size_t>(-point), '0');
+    out += digits;
+  } else if (point >= n) {
+    out += digits;
+    out.append(static_cast<size_t>(point - n), '0');
+    out += ".0";
+  } else {
+    out.append(digits, 0, point);
+    out.push_back('.');
+    out.append(digits, point);
+  }
+  return out;
+}
+
+namespace {
+
+void write_string(std::string& out, std::string_view s) {
+  static const char* hex = "0123456789abcdef";
+  out.push_back('"');
+  for (unsigned char c : s) {
+    switch (c) {
+      case '"':
+        out += "\\\"";
+        break;
+      case '\\':
+        out += "\\\\";
+        break;
+      case '\n':
+        out += "\\n";
+        break;
+      case '\r':
+        out += "\\r";
+        break;
+      case '\t':
+        out += "\\t";
+        break;
+      case '\b':
+        out += "\\b";
+        break;
+      case '\f':
+        out += "\\f";
+        break;
+      default:
+        if (c < 0x20) {
+          out += "\\u00";
+          out.push_back(hex[c >> 4]);
+          out.push_back(hex[c & 15]);
+        } else {
+          out.push_back(static_cast<char>(c));
+        }
+    }
+  }
+  out.push_back('"');
+}
+
+void write_real(std::string& out, double d) {
+  if (std::isnan(d))
+    out += "NaN";
+  else if (std::isinf(d))
+    out += d > 0 ? "Infinity" : "-Infinity";
+  else
+    out += real_repr(d);
+}
+
+void write_value(std::string& out, const Value& v, int indent, int level) {
+  auto newline = [&](int lvl) {
+    out.push_back('\n');
+    out.append(static_cast<size_t>(indent) * lvl, ' ');
+  };
+  switch (v.kind()) {
+    case Value::Kind::Null:
+      out += "null";
+      break;
+    case Value::Kind::Bool:
+      out += v.as_bool() ? "true" : "false";
+      break;
+    case Value::Kind::Int:
+      out += std::to_string(v.as_int());
+      break;
+    case Value::Kind::Real:
+      write_real(out, v.as_real());
+      break;
+    case Value::Kind::String:
+      write_string(out, v.as_string());
+      break;
+    case Value::Kind::Object: {
+      const Object& o = v.as_object();
+      if (o.empty()) {
+        out += "{}";
+        break;
+      }
+      out.push_back('{');
+      bool first = true;
+      for (const auto& [k, x] : o) {
+        if (!first) out.push_back(',');
+        first = false;
+        newline(level + 1);
+        write_string(out, k);
+        out += ": ";
+        write_value(out, x, indent, level + 1);
+      }
+      newline(level);
+      out.push_back('}');
+      break;
+    }
+    case Value::Kind::Array: {
+      const Array& a = v.as_array();
+      if (a.empty()) {
+        out += "[]";
+        break;
+      }
+      out.push_back('[');
+      bool first = true;
+      for (const auto& x : a) {
+        if (!first) out.push_back(',');
+        first = false;
+        newline(level + 1);
+        write_value(out, x, indent, level + 1);
+      }
+      newline(level);
+      out.push_back(']');
+      break;
+    }
+  }
+}
+
+}  // namespace
+
+std::string dump(const Value& v, int indent) {
+  std::string out;
+  write_value(out, v, indent, 0);
+  return out;
+}
+
+}  // namespace pagefold
