@@ -10,11 +10,12 @@ set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 
 # What the library, the command, the plug-ins, the tests and the benchmarks
-# are built from.
+# are built from (python3: the check that docs/page-format.md is current).
 REQUIRED=(
   build-essential g++ cmake pkg-config
   libpcre2-dev libutf8proc-dev libspng-dev zlib1g-dev
   libgtest-dev libgmock-dev libbenchmark-dev
+  python3
 )
 # Nice to have: formatting of changes.
 OPTIONAL=(clang-format)
