@@ -10,7 +10,8 @@ set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 
 # What the library, the command, the plug-ins, the tests and the benchmarks
-# are built from.
+# are built from (python3: the checks of the include direction and of
+# docs/page-format.md; clang-format: the format check).
 REQUIRED=(
   build-essential g++ cmake pkg-config python3 clang-format
   libpcre2-dev libutf8proc-dev libspng-dev zlib1g-dev
