@@ -72,24 +72,26 @@ void write_file_atomic(const std::string& path, const std::string& bytes) {
 
 void write_files_atomic(const std::vector<std::pair<std::string, std::string>>& files) {
   std::vector<std::string> temps;
-  auto drop_temps = [&temps] {
-    for (const std::string& t : temps) std::remove(t.c_str());
+  temps.reserve(files.size());
+  auto drop = [&temps](size_t from) {
+    for (size_t i = from; i < temps.size(); ++i) std::remove(temps[i].c_str());
   };
   try {
+    // A write that fails removes its own file; those before it are removed
+    // here.
     for (const auto& [path, bytes] : files) {
-      temps.push_back(temp_name(path));
-      write_plain(temps.back(), bytes);
+      std::string t = temp_name(path);
+      write_plain(t, bytes);
+      temps.push_back(std::move(t));
     }
   } catch (...) {
-    temps.pop_back();  // write_plain removed its own file
-    drop_temps();
+    drop(0);
     throw;
   }
   for (size_t i = 0; i < files.size(); ++i)
     if (std::rename(temps[i].c_str(), files[i].first.c_str()) != 0) {
       int err = errno;
-      temps.erase(temps.begin(), temps.begin() + static_cast<long>(i));
-      drop_temps();
+      drop(i);
       raise_os_error(err, files[i].first);
     }
 }
