@@ -21,7 +21,7 @@ Usage: scripts/compare-pictures.py [--build build] [--out build/picture-check]
 import argparse
 import glob
 import math
-import os
+import shutil
 import subprocess
 import sys
 import tempfile
@@ -143,7 +143,7 @@ def render(entries, work):
         "body{margin:0;background:#808080}</style></head><body>"
         + "".join(body) + "</body></html>", encoding="utf-8")
     shot = work / "chromium.png"
-    profile = tempfile.mkdtemp(prefix="pf-chromium-")
+    profile = work / "profile"  # a fresh profile for every run
     subprocess.run(["chromium", "--headless=new", "--no-sandbox", "--disable-gpu",
                     "--hide-scrollbars", "--force-device-scale-factor=1", "--no-first-run",
                     "--disable-background-networking", "--disable-component-update",
@@ -206,6 +206,7 @@ def main():
             side.paste(im.resize((w * scale, h * scale), Image.NEAREST), (i * (w * scale + 8), 0))
         side.save(out / f"{label}.png")
     print(f"side by side (ours | Chromium | difference x4): {out}/")
+    shutil.rmtree(work, ignore_errors=True)
 
 
 if __name__ == "__main__":
