@@ -13,6 +13,8 @@ for c in "${cases[@]}"; do
   rm -rf "$c/pages"
   cp "$c/actual/record.json" "$c/record.json"
   [ -d "$c/actual/pages" ] && cp -r "$c/actual/pages" "$c/pages"
+  # Cases converted with the real plug-ins also pin their pictures.
+  [ -f "$c/actual/pictures.json" ] && cp "$c/actual/pictures.json" "$c/pictures.json"
   rm -rf "$c/actual"
   echo "blessed $c"
 done

@@ -5,6 +5,8 @@
 # missing (so a second run touches nothing), then configures and builds.
 #   scripts/setup.sh              install what is missing, build into build/
 #   scripts/setup.sh --deps-only  install what is missing, build nothing
+#   scripts/setup.sh --picture-check  also install what
+#                                 scripts/compare-pictures.py needs
 set -euo pipefail
 
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
@@ -15,15 +17,20 @@ cd "$(dirname "${BASH_SOURCE[0]}")/.."
 REQUIRED=(
   build-essential g++ cmake pkg-config python3 clang-format
   libpcre2-dev libutf8proc-dev libspng-dev zlib1g-dev
-  libgtest-dev libgmock-dev libbenchmark-dev
+  libfreetype-dev libharfbuzz-dev libgif-dev
+  fonts-material-design-icons-iconfont fonts-noto-color-emoji
+  libgtest-dev libgmock-dev libbenchmark-dev libssl-dev
 )
 # Nice to have.
 OPTIONAL=()
+# The browser comparison of pictures, on request only.
+PICTURE_CHECK=(chromium python3-pil)
 
 deps_only=0
 for arg in "$@"; do
   case "$arg" in
     --deps-only) deps_only=1 ;;
+    --picture-check) REQUIRED+=("${PICTURE_CHECK[@]}") ;;
     *) echo "setup.sh: unknown option $arg" >&2; exit 2 ;;
   esac
 done
