@@ -3,7 +3,8 @@
 
 The driver uses every stage; controls use assets, front and util; assets use
 front and util; finish uses util; front uses util. The public headers under
-include/pagefold include only each other. A quoted include of another folder
+include/pagefold include only each other, and the plug-ins (plugins/) build on
+those public headers alone, never on a stage's private ones. A quoted include of another folder
 than those (a text that merely looks like an include, say) is not checked.
 Prints each include that points the wrong way and exits with 1 if there is one.
 """
@@ -37,6 +38,10 @@ def main() -> int:
         for m in INCLUDE.finditer(path.read_text(encoding="utf-8")):
             if m.group(1) != "pagefold":
                 wrong.append(f"{path.relative_to(top)}: a public header includes {m.group(1)}/")
+    for path in sorted((top / "plugins").rglob("*.[ch]pp")):
+        for m in INCLUDE.finditer(path.read_text(encoding="utf-8")):
+            if m.group(1) in STAGES:
+                wrong.append(f"{path.relative_to(top)}: a plug-in includes the private {m.group(1)}/")
     for line in wrong:
         print(line)
     return 1 if wrong else 0
