@@ -5,6 +5,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cctype>
 #include <chrono>
 #include <filesystem>
@@ -245,8 +246,11 @@ std::string browser_copy(const std::string& marked, const std::string& base_dir,
                              {"height", placement.height},
                              {"boxes", boxes},
                              {"hidden", hidden}});
+  // On one line: a JSON text holds no raw line break outside its strings.
+  std::string config = dump(cfg, 0);
+  config.erase(std::remove(config.begin(), config.end(), '\n'), config.end());
   std::string script = PLACEMENT_SCRIPT;
-  script.replace(script.find("__CONFIG__"), 10, dump(cfg, 0));
+  script.replace(script.find("__CONFIG__"), 10, config);
   return marked.substr(0, at) + base + marked.substr(at) + "\n<style>" + PLACEMENT_STYLE +
          "</style>\n<script>" + script + "</script>\n";
 }
