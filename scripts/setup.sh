@@ -5,6 +5,8 @@
 # missing (so a second run touches nothing), then configures and builds.
 #   scripts/setup.sh              install what is missing, build into build/
 #   scripts/setup.sh --deps-only  install what is missing, build nothing
+#   scripts/setup.sh --with-chromium  also install the headless browser that
+#                                 pagefold-preview --against and its tests run
 set -euo pipefail
 
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
@@ -15,6 +17,9 @@ REQUIRED=(
   build-essential g++ cmake pkg-config
   libpcre2-dev libutf8proc-dev libspng-dev zlib1g-dev
   libgtest-dev libgmock-dev libbenchmark-dev
+  # pagefold-preview: drawing, text, GIF frames, the default CJK font, and
+  # the Latin-only font its font check is tested with.
+  libcairo2-dev libfreetype-dev libgif-dev fonts-noto-cjk fonts-dejavu-core
 )
 # Nice to have: formatting of changes.
 OPTIONAL=(clang-format)
@@ -23,6 +28,7 @@ deps_only=0
 for arg in "$@"; do
   case "$arg" in
     --deps-only) deps_only=1 ;;
+    --with-chromium) REQUIRED+=(chromium) ;;
     *) echo "setup.sh: unknown option $arg" >&2; exit 2 ;;
   esac
 done
