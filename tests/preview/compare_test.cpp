@@ -5,6 +5,7 @@
 #include "browser.hpp"
 #include "compare.hpp"
 #include "preview_kit.hpp"
+#include "sheet.hpp"
 
 namespace pagefold::preview {
 namespace {
@@ -182,6 +183,37 @@ TEST(NinePatch, FrameMarksAreRead) {
   EXPECT_FALSE(read_nine_patch(framed, error));
   EXPECT_EQ(error, "nine-patch without stretch marks on its top or left edge");
   EXPECT_FALSE(read_nine_patch(Raster(2, 5), error));
+}
+
+TEST(ContactSheet, GridStaysWithinItsLimit) {
+  auto grid = [](size_t n) {
+    SheetGrid g = sheet_grid(n);
+    return std::make_pair(g.columns, g.cell);
+  };
+  EXPECT_EQ(grid(1), std::make_pair(1, 480));
+  EXPECT_EQ(grid(3), std::make_pair(3, 480));
+  EXPECT_EQ(grid(4), std::make_pair(3, 480));
+  EXPECT_EQ(grid(9), std::make_pair(3, 480));
+  // Ten pages: four columns, and four rows still fit cells of 480.
+  EXPECT_EQ(grid(10), std::make_pair(4, 480));
+  // A hundred: ten rows of (4096 - 16) / 10 - 16 - 28 high cells.
+  EXPECT_EQ(grid(100), std::make_pair(10, 364));
+  // Eighty-one: nine rows of 4080 / 9 - 16 - 28 = 409.
+  EXPECT_EQ(grid(81), std::make_pair(9, 409));
+
+  std::string error;
+  std::unique_ptr<TextEngine> text = TextEngine::open("", error);
+  ASSERT_TRUE(text) << error;
+  Raster page = solid(800, 480, 0x336699);
+  std::vector<SheetEntry> many(100, SheetEntry{"p", &page});
+  Raster sheet = contact_sheet(many, *text);
+  EXPECT_LE(sheet.w, MAX_SHEET_SIDE);
+  EXPECT_LE(sheet.h, MAX_SHEET_SIDE);
+  // Cells of 364: an 800 by 480 page becomes 364 by 218, the first one at
+  // (16, 16 + 28).
+  EXPECT_EQ(rgb_at(sheet, 16, 44), 0x336699u);
+  EXPECT_EQ(rgb_at(sheet, 16 + 363, 44 + 217), 0x336699u);
+  EXPECT_NE(rgb_at(sheet, 16 + 364, 44), 0x336699u);
 }
 
 }  // namespace

@@ -277,11 +277,14 @@ TEST_F(SeekbarTest, KnobAtItsOwnSizeCentredAndCutByTheBox) {
 }
 
 TEST_F(SeekbarTest, KnobWiderThanTheBarStartsLeftOfIt) {
-  // floor((6 - 10) x 1 / 2) = -2: the knob starts two columns before the
-  // box, and those two are cut.
-  asset("wide.png", solid(10, 4, WHITE));
+  // floor((6 - 10) x 1 / 3) = floor(-1.33) = -2: the knob starts two columns
+  // before the box, so its two red columns are cut and the box shows white.
+  Raster wide = solid(10, 4, WHITE);
+  for (int y = 0; y < 4; ++y)
+    for (int x = 0; x < 2; ++x) wide.at(x, y)[1] = wide.at(x, y)[2] = 0;
+  asset("wide.png", wide);
   PageRender r = draw(R"("window__1": {"backgroundColor": 255, )" + box(10, 0, 30, 30) +
-                          R"(, "seekbar__2": {"defProgress": 1, "max": 2, )" + box(4, 0, 6, 4) +
+                          R"(, "seekbar__2": {"defProgress": 1, "max": 3, )" + box(4, 0, 6, 4) +
                           R"(, "thumb": {"normalPic": "images/wide.png"}}})",
                       60, 30);
   EXPECT_EQ(rgb_at(r.image, 13, 1), BLUE);

@@ -6,6 +6,9 @@ namespace pagefold::preview {
 
 cairo_surface_t* to_surface(const Raster& r) {
   cairo_surface_t* s = cairo_image_surface_create(CAIRO_FORMAT_ARGB32, r.w, r.h);
+  // A surface cairo could not make (out of memory) stays an error surface,
+  // on which every drawing is a no-op.
+  if (cairo_surface_status(s) != CAIRO_STATUS_SUCCESS) return s;
   cairo_surface_flush(s);
   unsigned char* data = cairo_image_surface_get_data(s);
   int stride = cairo_image_surface_get_stride(s);
@@ -23,6 +26,7 @@ cairo_surface_t* to_surface(const Raster& r) {
 }
 
 Raster from_surface(cairo_surface_t* s) {
+  if (cairo_surface_status(s) != CAIRO_STATUS_SUCCESS) return Raster();
   cairo_surface_flush(s);
   int w = cairo_image_surface_get_width(s), h = cairo_image_surface_get_height(s);
   int stride = cairo_image_surface_get_stride(s);

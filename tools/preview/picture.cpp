@@ -189,6 +189,10 @@ std::optional<Raster> load_picture(const std::string& path, std::string& error) 
 }
 
 bool write_png(const std::string& path, const Raster& r, bool opaque, std::string& error) {
+  if (r.w <= 0 || r.h <= 0) {
+    error = "cannot write " + path + ": the picture could not be made";
+    return false;
+  }
   std::vector<uint8_t> rgb;
   const uint8_t* data = r.px.data();
   size_t len = r.px.size();

@@ -81,16 +81,25 @@ Raster compose(const std::vector<SheetEntry>& pages, const std::vector<Cell>& ce
 
 }  // namespace
 
+SheetGrid sheet_grid(size_t pages) {
+  int n = int(std::min<size_t>(std::max<size_t>(pages, 1), 1u << 20));
+  int cols = n <= SHEET_COLUMNS * SHEET_COLUMNS ? std::min(n, SHEET_COLUMNS)
+                                                : int(std::ceil(std::sqrt(double(n))));
+  int rows = (n + cols - 1) / cols;
+  int cell = std::min({SHEET_CELL, (MAX_SHEET_SIDE - GAP) / cols - GAP,
+                       (MAX_SHEET_SIDE - GAP) / rows - GAP - LABEL});
+  return {cols, std::max(cell, 1)};
+}
+
 Raster contact_sheet(const std::vector<SheetEntry>& pages, const TextEngine& text) {
+  SheetGrid grid = sheet_grid(pages.size());
   std::vector<Cell> cells;
   for (const SheetEntry& p : pages) {
-    double scale =
-        std::min({1.0, double(SHEET_CELL) / p.image->w, double(SHEET_CELL) / p.image->h});
+    double scale = std::min({1.0, double(grid.cell) / p.image->w, double(grid.cell) / p.image->h});
     cells.push_back({std::max(1, int(std::lround(p.image->w * scale))),
                      std::max(1, int(std::lround(p.image->h * scale))), scale});
   }
-  int cols = std::clamp(int(pages.size()), 1, SHEET_COLUMNS);
-  return compose(pages, cells, cols, text);
+  return compose(pages, cells, grid.columns, text);
 }
 
 Raster side_by_side(const std::vector<SheetEntry>& panels, const TextEngine& text) {
