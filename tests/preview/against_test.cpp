@@ -130,6 +130,21 @@ TEST(AgainstChromium, PagesWithoutAScreenAreReported) {
   EXPECT_EQ(err2.str(), "[X] --against: no such prototype file: " + dir / "none.html" + "\n");
 }
 
+TEST(AgainstChromium, MergedPagesAreNotCompared) {
+  ScratchDir dir;
+  std::string two = PROTOTYPE;
+  two.replace(two.find("</body>"), 7,
+              "<div class=\"screen\" data-page=\"other\"><div class=\"text\">x</div></div></body>");
+  write_text(dir / "two.html", two);
+  Value r = pagefold::pagefold(dir / "two.html", dir / "pages", std::nullopt, std::nullopt, true);
+  ASSERT_TRUE(r.get("success").truthy());
+  std::ostringstream out, err;
+  EXPECT_EQ(run({dir / "pages", "--against", dir / "two.html"}, out, err), 1);
+  EXPECT_EQ(err.str(),
+            "[X] card: --against: the page holds several screens as windows (--merge-windows); "
+            "it is not compared with one screen\n");
+}
+
 TEST(AgainstChromium, AMissingBrowserIsAnError) {
   ScratchDir dir;
   write_text(dir / "p.html", PROTOTYPE);

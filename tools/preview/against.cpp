@@ -43,6 +43,19 @@ bool same_kind(const std::string& a, const std::string& b) {
   return norm(a) == norm(b);
 }
 
+// A page of merged windows holds each screen as a top-level window whose
+// caption is that screen's page id; its key numbers follow another count
+// than a page of one screen.
+bool merged(const Value& root, const std::vector<std::pair<std::string, Value>>& pages) {
+  int screens = 0;
+  for (const auto& [key, v] : root.as_object()) {
+    if (key.rfind("window__", 0) != 0 || !v.get("caption").is_string()) continue;
+    for (const auto& p : pages)
+      if (p.first == v.get("caption").as_string()) ++screens;
+  }
+  return screens >= 2;
+}
+
 // The screenshot at the page's size: cut, or padded with black, should the
 // browser have answered another size.
 Raster fit_to(const Raster& r, int w, int h) {
@@ -120,6 +133,12 @@ bool Against::compare(const PageFile& page, const PageRender& render, const Text
   if (screen < 0 && s.pages.size() == 1) screen = 0;
   if (screen < 0) {
     error = "no screen of the prototype has the page id " + page.id;
+    return false;
+  }
+  if (merged(page.root, s.pages)) {
+    error =
+        "the page holds several screens as windows (--merge-windows); it is not compared "
+        "with one screen";
     return false;
   }
   std::map<std::string, Element> elements = elements_of(s.pages[size_t(screen)].second);
