@@ -308,6 +308,20 @@ TEST(PreviewCli, WrongTypesAndHugeNumbersAreDrawnAndListed) {
     EXPECT_NE(report.find(expected), std::string::npos) << expected << "\n" << report;
 }
 
+TEST(PreviewCli, TheReportIsValidUtf8WhateverThePageHeld) {
+  ScratchDir dir;
+  write_text(dir / "p.json",
+             "{\"resolution\": {\"width\": 20, \"height\": 20}, \"textview__1\": "
+             "{\"caption\": \"a\xff\", \"backgroundPic\": \"images/\xc3.png\", "
+             "\"position\": {\"height\": 5, \"left\": 0, \"top\": 0, \"width\": 5}}}");
+  Outcome r = run_cli({dir / "p.json"});
+  EXPECT_EQ(r.status, 0) << r.err;
+  std::string report = read_text(dir / "preview/preview-report.json");
+  EXPECT_NE(report.find("\"caption\": \"a\xEF\xBF\xBD\""), std::string::npos) << report;
+  EXPECT_NE(report.find("backgroundPic images/\xEF\xBF\xBD.png: file not found"),
+            std::string::npos);
+}
+
 TEST(PreviewCli, NestingDeeperThanTheLimitIsListed) {
   ScratchDir dir;
   std::string json = R"({"resolution": {"height": 10, "width": 10}, "backgroundColor": 0)";

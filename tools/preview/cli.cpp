@@ -1,5 +1,6 @@
 #include "cli.hpp"
 
+#include <cstdio>
 #include <filesystem>
 #include <fstream>
 #include <ostream>
@@ -27,6 +28,12 @@ const char* METRIC =
     "in the other picture, both ways";
 
 std::string absolute(const std::string& p) { return fs::absolute(p).lexically_normal().string(); }
+
+std::string score_text(double score) {
+  char buf[32];
+  std::snprintf(buf, sizeof buf, "%.4f", score);
+  return buf;
+}
 
 std::string control_label(const std::string& path, const std::string& caption) {
   return caption.empty() ? path : path + " (" + caption + ")";
@@ -184,10 +191,11 @@ int run(const std::vector<std::string>& args, std::ostream& out, std::ostream& e
       PageComparison c;
       if (against->compare(*page, r, *text, c, error)) {
         pj["compare"] = comparison_json(c);
-        out << page->id << ": similarity " << c.score << " (share of pixels that look the same) -> "
-            << c.png << "\n";
+        out << page->id << ": similarity " << score_text(c.score)
+            << " (share of pixels that look the same) -> " << c.png << "\n";
         for (const ControlScore& w : c.worst)
-          out << "  differs: " << control_label(w.control, w.caption) << " " << w.score << "\n";
+          out << "  differs: " << control_label(w.control, w.caption) << " " << score_text(w.score)
+              << "\n";
       } else {
         pj["compare"] = Value::object({{"error", error}});
         errors.push_back(page->id + ": --against: " + error);
@@ -223,6 +231,7 @@ int run(const std::vector<std::string>& args, std::ostream& out, std::ostream& e
                      {"pages", pages},
                      {"contactSheet", sheet_path},
                      {"errors", errs}});
+  make_valid_utf8(report);
   std::string report_path = (fs::path(out_dir) / "preview-report.json").string();
   std::ofstream rep(report_path, std::ios::binary | std::ios::trunc);
   rep << dump(report, 2) << "\n";

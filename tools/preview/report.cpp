@@ -31,6 +31,18 @@ Value glyph_gaps_json(const std::vector<GlyphGap>& gaps) {
   return list;
 }
 
+void make_valid_utf8(Value& v) {
+  if (v.is_string()) {
+    std::string clean;
+    for (char32_t c : decode_utf8(v.as_string())) clean += encode_utf8(c);
+    if (clean != v.as_string()) v = Value(clean);
+  } else if (v.is_object()) {
+    for (auto& [key, item] : v.as_object()) make_valid_utf8(item);
+  } else if (v.is_array()) {
+    for (Value& item : v.as_array()) make_valid_utf8(item);
+  }
+}
+
 Value box_json(const Box& b) {
   return Value::object({{"left", b.x}, {"top", b.y}, {"width", b.w}, {"height", b.h}});
 }

@@ -17,4 +17,9 @@ Value notes_json(const std::vector<Note>& notes);
 Value glyph_gaps_json(const std::vector<GlyphGap>& gaps);
 Value box_json(const Box& b);
 
+// Replaces, in every text of `v` (maps and lists entered), each malformed
+// UTF-8 sequence by U+FFFD, so that the report is valid UTF-8 whatever bytes
+// the page files held (the JSON reader passes such bytes through).
+void make_valid_utf8(Value& v);
+
 }  // namespace pagefold::preview
