@@ -276,6 +276,29 @@ TEST_F(SeekbarTest, KnobAtItsOwnSizeCentredAndCutByTheBox) {
   EXPECT_EQ(rgb_at(end.image, 99, 30), WHITE);
 }
 
+TEST_F(SeekbarTest, VerticalBarsFillFromTheBottom) {
+  // A 20 wide, 40 high bar at 25 of 100: the bottom floor(40 x 25 / 100) = 10
+  // rows of the fill show; the knob's top is at floor((40 - 4) x 75 / 100) = 27.
+  asset("tall.png", solid(20, 40, BLUE));
+  asset("dot.png", solid(6, 4, WHITE));
+  PageRender r = draw(
+      R"("seekbar__1": {"defProgress": 25, "max": 100, "orientation": 1, )" + box(10, 10, 20, 40) +
+          R"(, "progressPic": "images/tall.png", "thumb": {"normalPic": "images/dot.png"}})",
+      60, 60);
+  EXPECT_EQ(rgb_at(r.image, 10, 39), PAGE);
+  EXPECT_EQ(rgb_at(r.image, 10, 40), BLUE);
+  EXPECT_EQ(rgb_at(r.image, 29, 49), BLUE);
+  // The knob: columns 17 to 22, rows 37 to 40, over the fill's top row.
+  EXPECT_EQ(rgb_at(r.image, 17, 36), PAGE);
+  EXPECT_EQ(rgb_at(r.image, 17, 37), WHITE);
+  EXPECT_EQ(rgb_at(r.image, 16, 37), PAGE);
+  EXPECT_EQ(rgb_at(r.image, 22, 40), WHITE);
+  EXPECT_EQ(rgb_at(r.image, 23, 40), BLUE);
+  EXPECT_EQ(rgb_at(r.image, 20, 41), BLUE);
+  EXPECT_EQ(what_of(r.approximated),
+            "seekbar__1: orientation 1 drawn as a vertical bar filling from the bottom\n");
+}
+
 TEST_F(SeekbarTest, KnobWiderThanTheBarStartsLeftOfIt) {
   // floor((6 - 10) x 1 / 3) = floor(-1.33) = -2: the knob starts two columns
   // before the box, so its two red columns are cut and the box shows white.

@@ -499,17 +499,22 @@ class Painter {
     }
     p = std::clamp<int64_t>(p, 0, mx);
     Value ori = r.get("orientation");
-    if (ori.is_int() && ori.as_int() != 0)
+    bool vertical = ori.is_int() && ori.as_int() == 1;
+    if (vertical)
+      approximated(it, "orientation 1 drawn as a vertical bar filling from the bottom");
+    else if (ori.is_int() && ori.as_int() != 0)
       approximated(it, "orientation " + std::to_string(ori.as_int()) + " drawn as horizontal");
+    const Box& b = it.box;
     bool any = false;
     if (r.get("backgroundPic").truthy()) {
       any = true;
-      picture(it, "backgroundPic", r.get("backgroundPic"), it.box, Fit::Stretch, clip);
+      picture(it, "backgroundPic", r.get("backgroundPic"), b, Fit::Stretch, clip);
     }
     if (r.get("progressPic").truthy()) {
       any = true;
-      Box cut{it.box.x, it.box.y, it.box.w * p / mx, it.box.h};
-      picture(it, "progressPic", r.get("progressPic"), it.box, Fit::OwnSize, intersect(clip, cut));
+      int64_t shown = (vertical ? b.h : b.w) * p / mx;
+      Box cut = vertical ? Box{b.x, b.y + b.h - shown, b.w, shown} : Box{b.x, b.y, shown, b.h};
+      picture(it, "progressPic", r.get("progressPic"), b, Fit::OwnSize, intersect(clip, cut));
     }
     Value thumb = r.get("thumb");
     if (thumb.get("normalPic").truthy()) {
@@ -519,16 +524,14 @@ class Painter {
       const Raster* knob = ref.is_string() ? pictures_.get(ref.as_string(), error) : nullptr;
       // A knob whose picture is missing is hatched at its declared size.
       Value size = thumb.get("size");
-      int64_t tw = int_of(size.get("width")).value_or(0),
-              th = int_of(size.get("height")).value_or(0);
-      Box at = it.box;
-      if (!knob && tw > 0 && th > 0)
-        at = Box{it.box.x + floor_div((it.box.w - tw) * p, mx),
-                 it.box.y + floor_div(it.box.h - th, 2), tw, th};
-      if (knob) {
-        at = Box{it.box.x + floor_div((it.box.w - knob->w) * p, mx),
-                 it.box.y + floor_div(it.box.h - knob->h, 2), knob->w, knob->h};
-      }
+      int64_t tw = knob ? knob->w : int_of(size.get("width")).value_or(0);
+      int64_t th = knob ? knob->h : int_of(size.get("height")).value_or(0);
+      Box at = b;
+      if (tw > 0 && th > 0)
+        at = vertical
+                 ? Box{b.x + floor_div(b.w - tw, 2), b.y + floor_div((b.h - th) * (mx - p), mx), tw,
+                       th}
+                 : Box{b.x + floor_div((b.w - tw) * p, mx), b.y + floor_div(b.h - th, 2), tw, th};
       picture(it, "thumb.normalPic", ref, at, Fit::OwnSize, clip);
     }
     if (!any)
