@@ -146,16 +146,14 @@ struct Walker {
       Item& row = add(path + "/item[" + std::to_string(i) + "]",
                       number + "/item/" + std::to_string(i), "listrow", item, cell, clip, hidden);
       row.is_control = false;
-      row.cell = cell;
       bool row_hidden = row.hidden;
       std::optional<Box> b = place(sub.get("position"), cell);
       if (!b) {
         note(p, sub, "no position record");
         continue;
       }
-      Item& it = add(p, number + "/subItem/" + std::to_string(i), "subitem", sub, *b,
-                     intersect(clip, cell), row_hidden);
-      it.cell = cell;
+      add(p, number + "/subItem/" + std::to_string(i), "subitem", sub, *b, intersect(clip, cell),
+          row_hidden);
     }
   }
 
@@ -191,7 +189,6 @@ struct Walker {
                cw, ch};
       Item& it =
           add(p, number + "/items/" + std::to_string(i), "slideitem", list[i], cell, clip, hidden);
-      it.cell = cell;
       it.owner = rec;
       it.caption = text_of(list[i].get("text"));
     }

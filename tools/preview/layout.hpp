@@ -54,7 +54,6 @@ struct Item {
   bool hidden = false;     // `visible` false here or on a container
   bool hides = false;      // this record itself has `visible` false
   bool is_control = true;  // false for list rows, which are no records of their own
-  Box cell;                // list rows and slide items: the grid cell
   Value owner;             // slide items: the slide window they belong to
 };
 
