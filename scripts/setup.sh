@@ -5,6 +5,8 @@
 # missing (so a second run touches nothing), then configures and builds.
 #   scripts/setup.sh              install what is missing, build into build/
 #   scripts/setup.sh --deps-only  install what is missing, build nothing
+#   scripts/setup.sh --with-chromium  also install the headless browser that
+#                                 pagefold-preview --against and its tests run
 #   scripts/setup.sh --picture-check  also install what
 #                                 scripts/compare-pictures.py needs
 set -euo pipefail
@@ -17,9 +19,14 @@ cd "$(dirname "${BASH_SOURCE[0]}")/.."
 REQUIRED=(
   build-essential g++ cmake pkg-config python3 clang-format
   libpcre2-dev libutf8proc-dev libspng-dev zlib1g-dev
+  libgtest-dev libgmock-dev libbenchmark-dev libssl-dev
+  # The picture plug-in: glyphs and emoji (FreeType, HarfBuzz), spinners
+  # (giflib), and the icon and colour emoji fonts it draws from.
   libfreetype-dev libharfbuzz-dev libgif-dev
   fonts-material-design-icons-iconfont fonts-noto-color-emoji
-  libgtest-dev libgmock-dev libbenchmark-dev libssl-dev
+  # pagefold-preview: drawing (cairo), the default CJK font, and the
+  # Latin-only font its font check is tested with.
+  libcairo2-dev fonts-noto-cjk fonts-dejavu-core
 )
 # Nice to have.
 OPTIONAL=()
@@ -30,6 +37,7 @@ deps_only=0
 for arg in "$@"; do
   case "$arg" in
     --deps-only) deps_only=1 ;;
+    --with-chromium) REQUIRED+=(chromium) ;;
     --picture-check) REQUIRED+=("${PICTURE_CHECK[@]}") ;;
     *) echo "setup.sh: unknown option $arg" >&2; exit 2 ;;
   esac

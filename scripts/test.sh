@@ -3,6 +3,7 @@
 #   scripts/test.sh             build into build/ and run the tests there
 #   scripts/test.sh --sanitize  build into build-asan/ with AddressSanitizer
 #                               and UndefinedBehaviorSanitizer, run the tests there
+# Both install Debian's chromium too, for the previewer's browser comparison.
 set -euo pipefail
 
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
@@ -16,12 +17,12 @@ for arg in "$@"; do
 done
 
 if [ "$sanitize" -eq 1 ]; then
-  scripts/setup.sh --deps-only
+  scripts/setup.sh --deps-only --with-chromium
   cmake -S . -B build-asan -DCMAKE_BUILD_TYPE=Debug -DPAGEFOLD_SANITIZE=ON -DPAGEFOLD_BENCH=OFF
   cmake --build build-asan -j "$(nproc)"
   dir=build-asan
 else
-  scripts/setup.sh
+  scripts/setup.sh --with-chromium
   dir=build
 fi
 ctest --test-dir "$dir" --output-on-failure -j "$(nproc)"
