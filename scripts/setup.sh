@@ -10,11 +10,13 @@ set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 
 # What the library, the command, the plug-ins, the tests and the benchmarks
-# are built from.
+# are built from; the Python module and its tests (pybind11, pytest); the
+# Debian package (dpkg-shlibdeps from dpkg-dev).
 REQUIRED=(
   build-essential g++ cmake pkg-config
   libpcre2-dev libutf8proc-dev libspng-dev zlib1g-dev
   libgtest-dev libgmock-dev libbenchmark-dev
+  python3 python3-dev python3-pybind11 python3-pytest dpkg-dev
 )
 # Nice to have: formatting of changes.
 OPTIONAL=(clang-format)
