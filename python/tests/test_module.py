@@ -56,21 +56,23 @@ def test_sample_record_and_pages_equal_the_command_lines(cli, tmp_path, name):
 def test_convert_text_gives_the_pages_without_files(cli, tmp_path, monkeypatch, name):
     out = tmp_path / "out"
     record = json.loads(run_cli(cli, sample(name), out).stdout)
-    monkeypatch.chdir(tmp_path / "out")
-    before = sorted(os.listdir("."))
+    (tmp_path / "cwd").mkdir()
+    monkeypatch.chdir(tmp_path / "cwd")
 
-    text = pagefold.convert_text(sample(name).read_text(encoding="utf-8"))
-    assert sorted(os.listdir(".")) == before
+    # Pictures, if any, go where the command put them.
+    text = pagefold.convert_text(sample(name).read_text(encoding="utf-8"),
+                                 asset_dir=record["assetDir"])
+    assert os.listdir(".") == []
     # The page roots, laid out as the page files are, are the page files.
     assert [(p["page"], json.dumps(p["data"], ensure_ascii=False, indent=2)) for p in text["pages"]] == [
         (p["page"], pathlib.Path(p["json"]).read_text(encoding="utf-8")) for p in record["pages"]]
-    # The rest is the file record without its file keys, the location warning
-    # (there is no output place) and the asset directory.
+    # The rest is the file record without its file keys and without the
+    # location warning (there is no output place).
     for key in ("jsonPath", "jsonPaths", "jsonsProduced"):
         del record[key]
     del text["pages"], record["pages"]
+    assert record["warnings"][0] == NOT_IN_UI
     record["warnings"] = record["warnings"][1:]
-    record["assetDir"] = None
     assert text == record
     assert list(text) == list(record)
 
@@ -198,7 +200,11 @@ def test_an_installed_module_finds_the_plug_ins_of_its_own_prefix(tmp_path):
         assert done.returncode == 0, done.stderr
         return done.stdout
 
-    assert "No module named 'ui_emit'" in warnings()
+    # Without a plug-in in its prefix the module falls back on the program's
+    # place (/usr/bin/python3: /usr/lib/pagefold), empty unless pagefold is
+    # installed system-wide.
+    if not pathlib.Path("/usr/lib/pagefold/libpagefold_ui_emit.so").exists():
+        assert "No module named 'ui_emit'" in warnings()
     (tmp_path / "prefix" / "lib" / "pagefold").mkdir()
     shutil.copy(plugin, tmp_path / "prefix" / "lib" / "pagefold")
     assert warnings() == ('["字段补全：textview 的必填键 [\'fontFamily\'] 在发射层默认表里没有取值 → '

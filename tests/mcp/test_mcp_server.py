@@ -5,6 +5,7 @@ import json
 import os
 import pathlib
 import select
+import shutil
 import subprocess
 
 import pytest
@@ -31,8 +32,8 @@ def sample(name):
 
 
 class Client:
-    def __init__(self, *args):
-        self.proc = subprocess.Popen([str(SERVER), *args], stdin=subprocess.PIPE,
+    def __init__(self, *args, server=SERVER):
+        self.proc = subprocess.Popen([str(server), *args], stdin=subprocess.PIPE,
                                      stdout=subprocess.PIPE, stderr=subprocess.PIPE)
         self.next_id = 0
 
@@ -199,9 +200,16 @@ def test_convert_answers_the_command_lines_record(ready, tmp_path, name):
     assert pages == {p.name: p.read_text() for p in (tmp_path / "cli").glob("*.json")}
 
 
-def test_convert_summary_names_pages_pictures_and_warning_kinds(ready, tmp_path):
+def test_convert_summary_names_pages_pictures_and_warning_kinds(tmp_path):
+    # A copy of the server away from the build's plug-ins, so that the
+    # warnings are those of a conversion without them.
+    alone = tmp_path / "bin" / "pagefold-mcp"
+    alone.parent.mkdir()
+    shutil.copy(SERVER, alone)
+    client = Client(server=alone)
+    client.initialize()
     out = tmp_path / "out"
-    result = ready.call("convert", {"input_html": str(sample("sample_login")),
+    result = client.call("convert", {"input_html": str(sample("sample_login")),
                                     "output_json": str(out)})
     css = "含 CSS 效果（线性渐变）：Quilora 不支持 CSS，无法硬转；请切图（PNG/.9.png/序列帧/GIF）后 用 data-pic 引用（效果转图片 + 控件组合实现）"
     assert result["content"][0]["text"] == (
@@ -219,6 +227,7 @@ def test_convert_summary_names_pages_pictures_and_warning_kinds(ready, tmp_path)
         "文件名取 data-page：login.json / login_qr.json。同一 Activity 内的 …\n"
         "- 1x textview__4(TextView2) 文本“Smart Camp”字号 16 需最小宽 439px，但扩宽会超出容器(480px)"
         "——需手动调位置/字号或拆行\n")
+    assert client.close() == 0
 
 
 def test_convert_of_text_gives_the_pages_in_the_record(ready, tmp_path):
@@ -322,6 +331,58 @@ def test_preview_runs_the_previewer_when_it_is_installed(ready, tmp_path):
                                            {"report": report})
     assert (pages / "preview" / "contact-sheet.png").exists()
     assert result["content"][0]["text"].startswith(f"Previews in {pages / 'preview'}: ")
+
+
+FAKE_PREVIEWER = """#!/bin/sh
+# Stands in for pagefold-preview: notes its arguments, fails or writes a report.
+echo "$@" > "$(dirname "$0")/args"
+out="$3"
+case "$1" in
+  *broken*) echo "cannot read $1" >&2; exit 3 ;;
+  *garbled*) mkdir -p "$out"; echo "{" > "$out/preview-report.json"; exit 0 ;;
+esac
+mkdir -p "$out"
+printf '{"pages": [{"page": "login", "score": 0.5}]}' > "$out/preview-report.json"
+: > "$out/login.preview.png"; : > "$out/login_qr.preview.png"; : > "$out/contact-sheet.png"
+"""
+
+
+def test_preview_passes_its_arguments_and_answers_the_report(tmp_path):
+    bin_dir = tmp_path / "bin"
+    bin_dir.mkdir()
+    shutil.copy(SERVER, bin_dir)
+    fake = bin_dir / "pagefold-preview"
+    fake.write_text(FAKE_PREVIEWER)
+    fake.chmod(0o755)
+    client = Client(server=bin_dir / "pagefold-mcp")
+    client.initialize()
+    pages = tmp_path / "pages"
+    pages.mkdir()
+
+    result = client.call("preview", {"pages": str(pages), "font": "f.ttf", "against": "p.html"})
+    out = pages / "preview"
+    assert (bin_dir / "args").read_text() == f"{pages} -o {out} --font f.ttf --against p.html\n"
+    assert result == {"content": [{"type": "text", "text": (
+        f"Previews in {out}: contact-sheet.png and 2 page picture(s) "
+        "(login.preview.png, login_qr.preview.png).\n"
+        f"Report: {out}/preview-report.json (also the structured result).\n")}],
+        "structuredContent": {"pages": [{"page": "login", "score": 0.5}]}, "isError": False}
+
+    # A page file: the previews go beside it unless output_dir says where.
+    client.call("preview", {"pages": str(pages / "login.json")})
+    assert (bin_dir / "args").read_text() == f"{pages}/login.json -o {out}\n"
+    client.call("preview", {"pages": str(pages / "login.json"), "output_dir": "elsewhere"})
+    assert (bin_dir / "args").read_text() == f"{pages}/login.json -o elsewhere\n"
+
+    broken = client.call("preview", {"pages": "broken.json", "output_dir": str(tmp_path / "o")})
+    assert broken == {"content": [{"type": "text", "text": (
+        "pagefold-preview failed (exit status 3):\ncannot read broken.json\n")}], "isError": True}
+    garbled = client.call("preview", {"pages": "garbled.json", "output_dir": str(tmp_path / "g")})
+    assert garbled["isError"] is True
+    assert garbled["content"][0]["text"] == (
+        f"pagefold-preview wrote no readable report at {tmp_path}/g/preview-report.json: "
+        "Expecting property name enclosed in double quotes: line 2 column 1 (char 2)")
+    assert client.close() == 0
 
 
 # ---- what a client should never send
