@@ -135,8 +135,6 @@ TEST(ConvertImageLog, SummaryNamesSavingsAndTheFirstFourRgbaPictures) {
 // The encoding log belongs to one conversion: conversions one after the
 // other, or on two threads at once, each report their own pictures only.
 TEST(ConvertImageLog, BelongsToOneConversion) {
-  auto gen = std::make_shared<testkit::FakeGenRes>();
-  const Modules modules = testkit::fake_modules(nullptr, gen);
   auto page = [](int buttons) {
     std::string body;
     for (int i = 0; i < buttons; ++i)
@@ -144,8 +142,10 @@ TEST(ConvertImageLog, BelongsToOneConversion) {
               " style='border-radius:6px;background:#336699'>x</button>";
     return "<div class=screen data-bg='#000000'>" + body + "</div>";
   };
+  // Each conversion has its own stand-in module, which records its calls.
   auto summary_of = [&](int buttons) {
     TempDir dir;
+    const Modules modules = testkit::fake_modules(nullptr, std::make_shared<testkit::FakeGenRes>());
     const ConvertResult r = testkit::convert_html(page(buttons), modules, dir.str());
     return r.warnings.back();
   };
