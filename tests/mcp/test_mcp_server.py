@@ -317,22 +317,34 @@ def test_unknown_tools_and_malformed_calls_are_protocol_errors(ready):
     assert error_of(ready.request("resources/list")) == (-32601, "Method not found: resources/list")
 
 
-def test_preview_runs_the_previewer_when_it_is_installed(ready, tmp_path):
+def test_preview_runs_the_previewer_built_beside_it(ready, tmp_path):
     previewer = BUILD_DIR / "pagefold-preview"
+    assert previewer.exists(), "the previewer is built beside the server"
     pages = tmp_path / "pages"
     ready.call("convert", {"input_html": str(sample("sample_login")), "output_json": str(pages)})
     result = ready.call("preview", {"pages": str(pages), "against": str(sample("sample_login"))})
-    if not previewer.exists():
-        assert result == {"content": [{"type": "text", "text": (
-            "Previews are not available: the pagefold-preview program is not installed "
-            f"(looked for {previewer}).")}], "isError": True}
-        return
     assert result["isError"] is False, result["content"][0]["text"]
     report = json.loads((pages / "preview" / "preview-report.json").read_text(encoding="utf-8"))
     assert result["structuredContent"] == (report if isinstance(report, dict) else
                                            {"report": report})
+    # Both pages were drawn and compared with the prototype in the browser.
+    scores = [p["compare"]["score"] for p in report["pages"]]
+    assert len(scores) == 2 and all(isinstance(x, float) and 0 < x <= 1 for x in scores), scores
     assert (pages / "preview" / "contact-sheet.png").exists()
     assert result["content"][0]["text"].startswith(f"Previews in {pages / 'preview'}: ")
+
+
+def test_preview_without_the_previewer_is_a_tool_error(tmp_path):
+    bin_dir = tmp_path / "bin"
+    bin_dir.mkdir()
+    shutil.copy(SERVER, bin_dir)
+    client = Client(server=bin_dir / "pagefold-mcp")
+    client.initialize()
+    result = client.call("preview", {"pages": str(tmp_path)})
+    assert result["isError"] is True
+    assert result["content"][0]["text"].startswith(
+        "Previews are not available: the pagefold-preview program is not installed (looked for ")
+    assert client.close() == 0
 
 
 FAKE_PREVIEWER = """#!/bin/sh
