@@ -31,6 +31,20 @@ using testkit::TempDir;
 
 namespace {
 
+// The address sanitizer keeps freed memory in quarantine, so a memory bound
+// means nothing in its build; the conversion still runs there for its checks.
+#if defined(__SANITIZE_ADDRESS__)
+constexpr bool MEMORY_IS_MEASURABLE = false;
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer)
+constexpr bool MEMORY_IS_MEASURABLE = false;
+#else
+constexpr bool MEMORY_IS_MEASURABLE = true;
+#endif
+#else
+constexpr bool MEMORY_IS_MEASURABLE = true;
+#endif
+
 std::string screens(const std::vector<std::string>& pages) {
   std::string body;
   for (const auto& p : pages)
@@ -375,7 +389,9 @@ TEST_F(SafeCommit, DeepPagesAreWrittenInBoundedMemory) {
   const auto bytes = fs::file_size(at("out/deep.json"));
   EXPECT_GT(bytes, uintmax_t{100} << 20);
   EXPECT_GE(grown_kb, 0);
-  EXPECT_LT(grown_kb, 64 * 1024) << "page file of " << bytes << " bytes";
+  if (MEMORY_IS_MEASURABLE) {
+    EXPECT_LT(grown_kb, 64 * 1024) << "page file of " << bytes << " bytes";
+  }
 }
 
 }  // namespace
