@@ -5,6 +5,7 @@
 # missing (so a second run touches nothing), then configures and builds.
 #   scripts/setup.sh              install what is missing, build into build/
 #   scripts/setup.sh --deps-only  install what is missing, build nothing
+#   scripts/setup.sh --fuzz-deps  also what scripts/fuzz.sh needs, build nothing
 set -euo pipefail
 
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
@@ -18,11 +19,14 @@ REQUIRED=(
 )
 # Nice to have.
 OPTIONAL=()
+# Only for scripts/fuzz.sh: clang with libFuzzer and the sanitizer runtimes.
+FUZZ=(clang-14 libclang-rt-14-dev)
 
 deps_only=0
 for arg in "$@"; do
   case "$arg" in
     --deps-only) deps_only=1 ;;
+    --fuzz-deps) deps_only=1; REQUIRED+=("${FUZZ[@]}") ;;
     *) echo "setup.sh: unknown option $arg" >&2; exit 2 ;;
   esac
 done
