@@ -13,13 +13,16 @@
 // real picture and key modules), else the test stand-ins, which draw small
 // pictures into a scratch directory.
 #include <pthread.h>
+#include <unistd.h>
 
+#include <condition_variable>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
 #include <filesystem>
 #include <functional>
+#include <mutex>
 #include <set>
 #include <string>
 #include <string_view>
@@ -152,23 +155,45 @@ void convert_all(const std::string& text) {
 }
 
 // Conversion walks the tree recursively: it runs on a large stack, as the
-// entry point runs it.
-void on_large_stack(const std::string& text) {
-  struct Job {
-    const std::string* text;
-  } job{&text};
-  pthread_attr_t attr;
-  pthread_attr_init(&attr);
-  pthread_attr_setstacksize(&attr, size_t{512} << 20);
-  pthread_t thread;
-  auto run = [](void* p) -> void* {
-    convert_all(*static_cast<Job*>(p)->text);
-    return nullptr;
-  };
-  if (pthread_create(&thread, &attr, run, &job) != 0) fail("no thread for the conversion");
-  pthread_attr_destroy(&attr);
-  pthread_join(thread, nullptr);
-}
+// entry point runs it. One worker thread serves every input, since a new
+// stack of that size per input would cost more than most conversions.
+class LargeStack {
+ public:
+  LargeStack() {
+    pthread_attr_t attr;
+    pthread_attr_init(&attr);
+    pthread_attr_setstacksize(&attr, size_t{512} << 20);
+    auto loop = [](void* self) -> void* {
+      static_cast<LargeStack*>(self)->serve();
+      return nullptr;
+    };
+    if (pthread_create(&thread_, &attr, loop, this) != 0) fail("no thread for the conversion");
+    pthread_attr_destroy(&attr);
+  }
+
+  void run(const std::string& text) {
+    std::unique_lock<std::mutex> lock(mutex_);
+    job_ = &text;
+    ready_.notify_all();
+    ready_.wait(lock, [&] { return job_ == nullptr; });
+  }
+
+ private:
+  void serve() {
+    std::unique_lock<std::mutex> lock(mutex_);
+    for (;;) {
+      ready_.wait(lock, [&] { return job_ != nullptr; });
+      convert_all(*job_);
+      job_ = nullptr;
+      ready_.notify_all();
+    }
+  }
+
+  pthread_t thread_;
+  std::mutex mutex_;
+  std::condition_variable ready_;
+  const std::string* job_ = nullptr;
+};
 
 }  // namespace
 
@@ -176,6 +201,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   std::string raw(reinterpret_cast<const char*>(data), size);
   // Undecodable input is refused at the door and never reaches the converter.
   if (!text::valid_utf8(raw)) return 0;
-  on_large_stack(as_read(std::move(raw)));
+  static LargeStack* stack = new LargeStack();  // lives as long as the process
+  stack->run(as_read(std::move(raw)));
   return 0;
 }
