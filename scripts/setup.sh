@@ -9,6 +9,7 @@
 #                                 pagefold-preview --against and its tests run
 #   scripts/setup.sh --picture-check  also install what
 #                                 scripts/compare-pictures.py needs
+#   scripts/setup.sh --fuzz-deps  also what scripts/fuzz.sh needs, build nothing
 set -euo pipefail
 
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
@@ -35,6 +36,8 @@ REQUIRED=(
 OPTIONAL=()
 # The browser comparison of pictures, on request only.
 PICTURE_CHECK=(chromium python3-pil)
+# Only for scripts/fuzz.sh: clang with libFuzzer and the sanitizer runtimes.
+FUZZ=(clang-14 libclang-rt-14-dev)
 
 deps_only=0
 for arg in "$@"; do
@@ -42,6 +45,7 @@ for arg in "$@"; do
     --deps-only) deps_only=1 ;;
     --with-chromium) REQUIRED+=(chromium) ;;
     --picture-check) REQUIRED+=("${PICTURE_CHECK[@]}") ;;
+    --fuzz-deps) deps_only=1; REQUIRED+=("${FUZZ[@]}") ;;
     *) echo "setup.sh: unknown option $arg" >&2; exit 2 ;;
   esac
 done

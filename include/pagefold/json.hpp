@@ -13,6 +13,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <initializer_list>
 #include <memory>
 #include <string>
@@ -134,6 +135,9 @@ Value deep_copy(const Value& v);
 // items separated by "," and a line break, `{}`/`[]` for empty containers,
 // non-ASCII kept, reals in shortest round-trip form. No trailing line break.
 std::string dump(const Value& v, int indent);
+// The same text as `dump`, handed to `stream` piece by piece as it is written
+// (pieces of about 64 KiB), so that the text never stands whole in memory.
+void dump_to(const Value& v, int indent, const std::function<void(std::string_view)>& stream);
 
 // The text form of a real: shortest round-trip digits, ".0" on whole values,
 // exponent form below 1e-4 and from 1e16 up ("1e-05", "1e+16"), "nan", "inf".

@@ -14,7 +14,13 @@ namespace pagefold {
 // layout and writes the page files; answers the result record. Ordinary
 // problems (missing file, no screen, a failed count check) come back as a
 // record with `success` false. Undecodable input, an unwritable output place
-// and failures outside per-page guards are thrown; nothing is written then.
+// (a NUL byte in a path, an output that would replace the input file) and
+// failures outside per-page guards are thrown; nothing is written then.
+//
+// Page files are replaced all or none. While they are written, SIGINT and
+// SIGTERM are caught (unless ignored or blocked): the files are put back as
+// they were, and the signal then takes its previous course; when a previous
+// handler lets the process go on, the call throws an InterruptedError.
 //
 // `output_json`: absent, a path ending in ".json" (any case) naming a file,
 // or a directory. `res`: "WxH" overriding every page's resolution.

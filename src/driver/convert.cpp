@@ -105,12 +105,35 @@ bool count_check(const Value& meta) {
   return false;
 }
 
+// Frees what the elements under `screen` hold once its page is made: no
+// other page reads them, and a large prototype's tree is the bulk of what a
+// conversion holds. The nodes stay, empty, in the parser's arena; the tree
+// is this conversion's own, handed out read-only to the stages.
+void release_subtree(const Node* screen) {
+  std::vector<Node*> todo{const_cast<Node*>(screen)};
+  while (!todo.empty()) {
+    Node* node = todo.back();
+    todo.pop_back();
+    todo.insert(todo.end(), node->children.begin(), node->children.end());
+    Attrs().swap(node->attrs);
+    std::vector<Node*>().swap(node->children);
+    std::string().swap(node->text);
+  }
+}
+
+// Releases a screen's elements when its page is done, on every path.
+struct ScreenDone {
+  const Node* screen;
+  ~ScreenDone() { release_subtree(screen); }
+};
+
 // One page per screen: a duplicate page id or a failing page costs that page
 // (reported in `meta["failed"]`) and every other page is still attempted, so
 // that the count check lists every fault at once.
 std::vector<Page> convert_per_screen(PageFold& pf, Controls& controls,
                                      const std::vector<const Node*>& screens, const Value& meta,
-                                     std::vector<std::string>& warnings) {
+                                     std::vector<std::string>& warnings,
+                                     const PageHandler& on_page) {
   std::vector<std::string> labels, files;
   for (size_t i = 0; i < screens.size(); ++i) {
     labels.push_back(PageFold::_page_label(*screens[i], i + 1));
@@ -126,6 +149,7 @@ std::vector<Page> convert_per_screen(PageFold& pf, Controls& controls,
   for (size_t i = 0; i < screens.size(); ++i) {
     const std::string k = std::to_string(i + 1);
     std::string pid = PageFold::_page_id(*screens[i], i + 1);
+    const ScreenDone done{screens[i]};
     if (seen.count(pid)) {
       // Rejected, never renumbered: the first page keeps its id.
       failed.push_back(pid + "（第 " + k + " 屏：data-page 重复，每屏一个 json 会互相覆盖）");
@@ -139,7 +163,10 @@ std::vector<Page> convert_per_screen(PageFold& pf, Controls& controls,
     } catch (const std::exception& e) {
       failed.push_back(pid + "（第 " + k + " 屏转换失败: " + failure_type(e) + ": " +
                        failure_message(e) + "）");
+      continue;
     }
+    // Outside the page's guard: what the handler raises is not a page's fault.
+    if (on_page) on_page(pages.back());
   }
   meta["pagesProduced"] = static_cast<int64_t>(pages.size());
   return pages;
@@ -169,12 +196,13 @@ PageFold::PageFold(std::optional<std::string> res_, std::optional<std::string> a
 
 Ctx PageFold::new_ctx() const { return Ctx(ID_BASE, AUTO_NAME, modules_); }
 
-ConvertResult PageFold::convert(const std::string& text_in, bool merge_windows) {
+ConvertResult PageFold::convert(std::string text, bool merge_windows, const PageHandler& on_page) {
   ConvertResult out;
 
-  // Parse once.
+  // Parse once; the tree holds copies of what it needs from the text.
   DomParser p;
-  parse(p, text_in);
+  parse(p, text);
+  std::string().swap(text);
   if (!p.root) {
     out.warnings = {"空 HTML"};
     return out;
@@ -220,7 +248,7 @@ ConvertResult PageFold::convert(const std::string& text_in, bool merge_windows) 
     pages.emplace_back(_page_id(*screens[0], 1), data);
     meta["pagesProduced"] = 1;
   } else {
-    pages = convert_per_screen(*this, controls, screens, meta, warnings);
+    pages = convert_per_screen(*this, controls, screens, meta, warnings, on_page);
   }
 
   // Report the picture encoding and the conversion's picture counts.

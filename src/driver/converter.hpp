@@ -8,6 +8,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
 #include <tuple>
@@ -36,6 +37,11 @@ struct ConvertResult {
   Value rad_glue = Value::array();  // glue snippets of code-drawn rounded buttons
 };
 
+// Called with each page of a per-screen conversion as soon as it is made,
+// before the next page is converted. It may finish and write the page and
+// release its root (leave null in its place); the page stays in the result.
+using PageHandler = std::function<void(Page& page)>;
+
 class PageFold {
  public:
   // `res`: "WxH" forcing every page's resolution. `asset_dir`: where pictures
@@ -45,7 +51,10 @@ class PageFold {
            std::optional<std::string> asset_dir = std::nullopt,
            const Modules* modules = &Modules::system());
 
-  ConvertResult convert(const std::string& text, bool merge_windows = false);
+  // The text is released once it is parsed: the tree keeps copies of
+  // everything it needs, and a large prototype need not stay in memory twice.
+  ConvertResult convert(std::string text, bool merge_windows = false,
+                        const PageHandler& on_page = {});
 
   // ---- pages: finding, naming, converting one, composing merged windows
   static std::pair<std::vector<const Node*>, std::vector<const Node*>> _find_screens(

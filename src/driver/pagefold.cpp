@@ -3,23 +3,24 @@
 #include "pagefold/pagefold.hpp"
 
 #include <pthread.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
-#include <cstdio>
-#include <cstring>
 #include <exception>
 #include <filesystem>
 #include <fstream>
 #include <functional>
+#include <optional>
 #include <ostream>
 #include <string>
+#include <string_view>
 #include <system_error>
 #include <utility>
 #include <vector>
 
+#include "driver/commit.hpp"
 #include "driver/converter.hpp"
+#include "driver/files.hpp"
 #include "finish/finish.hpp"
 #include "pagefold/error.hpp"
 #include "util/record_values.hpp"
@@ -36,36 +37,6 @@ const char* const NOT_IN_UI =
     "output_json 不在 <项目>/ui/ 目录下，自动转图输出到 json 同目录 images/；建议把图片移到项目 "
     "resources/images/ 后 json 引用 images/xxx.png（相对 resources）";
 
-// ---- paths, with the usual meaning of absolute, directory and base names
-
-std::string abspath(const std::string& p) {
-  fs::path a = fs::absolute(fs::path(p.empty() ? "." : p)).lexically_normal();
-  std::string s = a.string();
-  while (s.size() > 1 && s.back() == '/') s.pop_back();
-  return s;
-}
-
-std::string dirname(const std::string& p) {
-  size_t i = p.rfind('/');
-  if (i == std::string::npos) return "";
-  std::string head = p.substr(0, i + 1);
-  // Trailing slashes go, unless the head is the root itself.
-  if (head.find_first_not_of('/') != std::string::npos) {
-    while (!head.empty() && head.back() == '/') head.pop_back();
-  }
-  return head;
-}
-
-std::string basename(const std::string& p) {
-  size_t i = p.rfind('/');
-  return i == std::string::npos ? p : p.substr(i + 1);
-}
-
-std::string join(const std::string& a, const std::string& b) {
-  if (a.empty() || a.back() == '/') return a + b;
-  return a + "/" + b;
-}
-
 // `p` with its last extension replaced by `ext`; a leading dot of the file
 // name is no extension.
 std::string with_extension(const std::string& p, const std::string& ext) {
@@ -76,34 +47,6 @@ std::string with_extension(const std::string& p, const std::string& ext) {
   size_t first = p.find_first_not_of('.', start);
   if (first == std::string::npos || dot < first) return p + ext;
   return p.substr(0, dot) + ext;
-}
-
-// ---- failures of the file system, named as a script would name them
-
-Failure os_failure(int err, const std::string& path) {
-  std::string type = "OSError";
-  switch (err) {
-    case EACCES:
-    case EPERM:
-      type = "PermissionError";
-      break;
-    case ENOENT:
-      type = "FileNotFoundError";
-      break;
-    case EISDIR:
-      type = "IsADirectoryError";
-      break;
-    case ENOTDIR:
-      type = "NotADirectoryError";
-      break;
-    case EEXIST:
-      type = "FileExistsError";
-      break;
-    default:
-      break;
-  }
-  return Failure(type,
-                 "[Errno " + std::to_string(err) + "] " + std::strerror(err) + ": '" + path + "'");
 }
 
 // ---- reading
@@ -173,58 +116,6 @@ std::string read_text(const std::string& path) {
   return decode_text(raw, path);
 }
 
-// ---- writing: every file or none
-
-struct PendingFile {
-  std::string path;
-  std::string content;
-  std::string temp;
-};
-
-void remove_quietly(const std::string& p) {
-  std::error_code ec;
-  fs::remove(p, ec);
-}
-
-// Writes every file under a temporary name beside its target, then moves
-// them all into place; a failure removes what was written and is raised.
-void write_all(std::vector<PendingFile>& files) {
-  try {
-    // A target that is a directory would fail only when moved into place,
-    // after other files were: refuse it before anything is written.
-    for (const PendingFile& f : files) {
-      std::error_code ec;
-      if (fs::is_directory(f.path, ec)) throw os_failure(EISDIR, f.path);
-    }
-    for (PendingFile& f : files) {
-      std::string dir = dirname(abspath(f.path));
-      std::error_code ec;
-      if (!dir.empty()) fs::create_directories(dir, ec);
-      if (ec) throw os_failure(ec.value(), dir);
-      f.temp = join(dir, "." + basename(f.path) + ".pagefold-" + std::to_string(getpid()));
-      std::FILE* out = std::fopen(f.temp.c_str(), "wb");
-      if (!out) {
-        int err = errno;
-        f.temp.clear();
-        throw os_failure(err, f.path);
-      }
-      size_t put = std::fwrite(f.content.data(), 1, f.content.size(), out);
-      int err = put == f.content.size() ? 0 : (errno ? errno : EIO);
-      if (std::fclose(out) != 0 && !err) err = errno ? errno : EIO;
-      if (err) throw os_failure(err, f.path);
-    }
-    for (PendingFile& f : files) {
-      if (std::rename(f.temp.c_str(), f.path.c_str()) != 0) throw os_failure(errno, f.path);
-      f.temp.clear();
-    }
-  } catch (...) {
-    for (const PendingFile& f : files) {
-      if (!f.temp.empty()) remove_quietly(f.temp);
-    }
-    throw;
-  }
-}
-
 // ---- the result record
 
 Value strings(const std::vector<std::string>& v) {
@@ -265,66 +156,33 @@ void on_large_stack(const std::function<void()>& fn) {
   if (job.error) std::rethrow_exception(job.error);
 }
 
-// A conversion of prototype text up to the finished pages: the failure record
-// when there is none to write, else the pages with the converter's results.
-struct Finished {
-  Value failure;  // a failure record, or null
-  std::vector<Page> pages;
-  Value meta;
-  int64_t gen_count = 0;
-  Value rad_glue;
+// The counts of the result record, which describe the first page alone:
+// `resolution`, `controls`, `controlsTopLevel`, `controlsNested`. They are
+// taken before the page is released.
+struct FirstPageCounts {
+  std::string resolution;
+  int64_t controls = 0;
+  int64_t top = 0;
 };
 
-Finished convert_and_finish(const std::string& text, const std::optional<std::string>& res,
-                            const std::optional<std::string>& asset_dir, bool merge_windows,
-                            const Modules& modules, std::vector<std::string>& warnings) {
-  Finished done;
-  PageFold conv(res, asset_dir, &modules);
-  ConvertResult cr = conv.convert(text, merge_windows);
-  warnings.insert(warnings.end(), cr.warnings.begin(), cr.warnings.end());
-
-  if (cr.meta.is_null()) {
-    done.failure = Value::object({{"success", false},
-                                  {"warnings", strings(warnings)},
-                                  {"screensDetected", 0},
-                                  {"pagesProduced", 0},
-                                  {"error", NO_SCREEN}});
-    return done;
+FirstPageCounts first_page_counts(const Value& data) {
+  Value resv = data.get("resolution").truthy() ? data.get("resolution") : Value::object();
+  FirstPageCounts c;
+  c.resolution = value_str(resv.get("width")) + "x" + value_str(resv.get("height"));
+  if (data.is_object()) {
+    for (const auto& [k, v] : data.as_object()) {
+      if (text::contains(k, "__")) ++c.top;
+    }
   }
-  const Value& meta = cr.meta;
-  if (meta.get("error").truthy() || !cr.pages) {
-    Value err = meta.get("error");
-    done.failure = Value::object({{"success", false},
-                                  {"warnings", strings(warnings)},
-                                  {"screensDetected", meta.get("screensDetected")},
-                                  {"pagesProduced", meta.get("pagesProduced")},
-                                  {"mode", meta.get("mode")},
-                                  {"error", err.truthy() ? err : Value(NO_SCREEN)}});
-    return done;
-  }
-  // Finish every page before anything is written.
-  for (const Page& page : *cr.pages) _finalize_layout(page.second, warnings);
-  done.pages = std::move(*cr.pages);
-  done.meta = cr.meta;
-  done.gen_count = cr.gen_count;
-  done.rad_glue = cr.rad_glue;
-  return done;
+  c.controls = static_cast<int64_t>(_walk_ctrls(data).size());
+  return c;
 }
 
-// The counts of the result record, which describe the first page alone:
-// `resolution`, `controls`, `controlsTopLevel`, `controlsNested`.
-void add_first_page_counts(Value& record, const std::vector<Page>& pages) {
-  Value data = pages.empty() ? Value::object() : pages.front().second;
-  Value resv = data.get("resolution").truthy() ? data.get("resolution") : Value::object();
-  int64_t top = 0;
-  for (const auto& [k, v] : data.as_object()) {
-    if (text::contains(k, "__")) ++top;
-  }
-  const int64_t controls = static_cast<int64_t>(_walk_ctrls(data).size());
-  record["resolution"] = value_str(resv.get("width")) + "x" + value_str(resv.get("height"));
-  record["controls"] = controls;
-  record["controlsTopLevel"] = top;
-  record["controlsNested"] = std::max<int64_t>(0, controls - top);
+void add_first_page_counts(Value& record, const FirstPageCounts& c) {
+  record["resolution"] = c.resolution;
+  record["controls"] = c.controls;
+  record["controlsTopLevel"] = c.top;
+  record["controlsNested"] = std::max<int64_t>(0, c.controls - c.top);
 }
 
 // Where a conversion's files go: the page file or directory, and the
@@ -363,23 +221,146 @@ Places settle_places(const std::string& input_html, const std::optional<std::str
   return at;
 }
 
-// The page files to write: one per page in per-screen mode, else the first
-// page's root at the named file (or at the first page id in the output
+// A page file's place: the output directory it goes to and its name there.
+struct PageFile {
+  std::string place;
+  std::string name;
+};
+
+// The page files to write: in per-screen mode each page's own, else the
+// first page's root at the named file (or at the first page id in the output
 // directory), or nothing without an output place.
-std::vector<PendingFile> page_files(const Places& at, const std::vector<Page>& pages,
-                                    bool per_page) {
-  std::vector<PendingFile> files;
-  if (per_page) {
-    for (const Page& page : pages)
-      files.push_back({join(at.out_dir, page.first + ".json"), dump(page.second, 2), ""});
-    return files;
+PageFile per_page_file(const Places& at, const Page& page) {
+  return {at.out_dir, page.first + ".json"};
+}
+
+std::optional<PageFile> single_page_file(const Places& at, const std::vector<Page>& pages) {
+  if (pages.empty()) return std::nullopt;
+  if (at.out_file) return PageFile{dirname(*at.out_file), basename(*at.out_file)};
+  if (at.has_output) return PageFile{at.out_dir, pages.front().first + ".json"};
+  return std::nullopt;
+}
+
+void stage_page(PageCommit& commit, const PageFile& file, const Value& data,
+                std::vector<std::string>& json_paths) {
+  json_paths.push_back(
+      commit.stage(file.place, file.name, [&](const auto& stream) { dump_to(data, 2, stream); }));
+}
+
+// What a conversion leaves for the result record: the failure record when
+// there is nothing to write, else the pages (with their roots, or null where
+// a page was already written and released) and the converter's counts.
+struct Finished {
+  Value failure;  // a failure record, or null
+  std::vector<Page> pages;
+  Value meta;
+  int64_t gen_count = 0;
+  Value rad_glue;
+  FirstPageCounts first;
+  std::vector<std::string> json_paths;
+};
+
+// The failure record of a conversion without pages, or null.
+Value failure_record(const ConvertResult& cr, const std::vector<std::string>& warnings) {
+  if (cr.meta.is_null()) {
+    return Value::object({{"success", false},
+                          {"warnings", strings(warnings)},
+                          {"screensDetected", 0},
+                          {"pagesProduced", 0},
+                          {"error", NO_SCREEN}});
   }
-  std::optional<std::string> target = at.out_file;
-  if (!target && at.has_output && !pages.empty()) {
-    target = join(at.out_dir, pages.front().first + ".json");
+  const Value& meta = cr.meta;
+  if (meta.get("error").truthy() || !cr.pages) {
+    Value err = meta.get("error");
+    return Value::object({{"success", false},
+                          {"warnings", strings(warnings)},
+                          {"screensDetected", meta.get("screensDetected")},
+                          {"pagesProduced", meta.get("pagesProduced")},
+                          {"mode", meta.get("mode")},
+                          {"error", err.truthy() ? err : Value(NO_SCREEN)}});
   }
-  if (target && !pages.empty()) files.push_back({*target, dump(pages.front().second, 2), ""});
-  return files;
+  return Value();
+}
+
+// Writes the pages of a per-screen conversion while it runs: each page is
+// finished, its file staged and its root released as soon as it is made, so
+// that memory holds the records of one page at a time and no page's text at
+// all. The finishing notes wait for the converter's own warnings, and a
+// failure waits for the count check, which speaks first, exactly as when
+// every page is finished and written after the conversion.
+class PageStager {
+ public:
+  PageStager(const Places& at, PageCommit& commit) : at_(at), commit_(commit) {}
+
+  void operator()(Page& page) {
+    Value data = std::move(page.second);
+    page.second = Value();
+    if (finish_error) return;  // the first failure to finish is raised
+    try {
+      _finalize_layout(data, warnings);
+    } catch (...) {
+      finish_error = std::current_exception();
+      return;
+    }
+    if (!first) first = first_page_counts(data);
+    if (write_error) return;
+    try {
+      stage_page(commit_, per_page_file(at_, page), data, json_paths);
+    } catch (...) {
+      if (commit_.stopped()) throw;  // a signal ends the run at once
+      write_error = std::current_exception();
+    }
+  }
+
+  std::vector<std::string> warnings;  // of the finishing passes
+  std::optional<FirstPageCounts> first;
+  std::vector<std::string> json_paths;
+  std::exception_ptr finish_error, write_error;
+
+ private:
+  const Places& at_;
+  PageCommit& commit_;
+};
+
+// Converts prototype text and finishes every page. With `files`, the pages
+// are written there, all or none; without, every root stays in the result.
+Finished convert_and_finish(std::string text, const std::optional<std::string>& res,
+                            const std::optional<std::string>& asset_dir, bool merge_windows,
+                            const Modules& modules, std::vector<std::string>& warnings,
+                            const Places* files = nullptr, PageCommit* commit = nullptr) {
+  Finished done;
+  std::optional<PageStager> stager;
+  if (files) stager.emplace(*files, *commit);
+  PageFold conv(res, asset_dir, &modules);
+  ConvertResult cr = stager ? conv.convert(std::move(text), merge_windows, std::ref(*stager))
+                            : conv.convert(std::move(text), merge_windows);
+  warnings.insert(warnings.end(), cr.warnings.begin(), cr.warnings.end());
+  done.failure = failure_record(cr, warnings);
+  if (!done.failure.is_null()) return done;
+
+  done.pages = std::move(*cr.pages);
+  done.meta = cr.meta;
+  done.gen_count = cr.gen_count;
+  done.rad_glue = cr.rad_glue;
+  if (stager && done.meta.get("mode") == Value("per-screen")) {
+    // Per-screen pages were finished and staged as they were made.
+    if (stager->finish_error) std::rethrow_exception(stager->finish_error);
+    warnings.insert(warnings.end(), stager->warnings.begin(), stager->warnings.end());
+    if (stager->write_error) std::rethrow_exception(stager->write_error);
+    done.first = *stager->first;
+    done.json_paths = std::move(stager->json_paths);
+  } else {
+    // Finish every page before anything is written.
+    for (const Page& page : done.pages) _finalize_layout(page.second, warnings);
+    done.first =
+        first_page_counts(done.pages.empty() ? Value::object() : done.pages.front().second);
+    if (files) {
+      if (auto file = single_page_file(*files, done.pages))
+        stage_page(*commit, *file, done.pages.front().second, done.json_paths);
+    }
+  }
+  if (commit) commit->commit();
+  return done;
 }
 
 // The success record of a file conversion.
@@ -414,7 +395,7 @@ Value file_record(const Finished& done, const std::vector<std::string>& json_pat
       {"mode", done.meta.get("mode")},
       {"pages", page_list},
   });
-  add_first_page_counts(record, pages);
+  add_first_page_counts(record, done.first);
   record["warnings"] = strings(warnings);
   record["generatedAssets"] = done.gen_count;
   record["radButtonGlue"] = done.rad_glue;
@@ -427,30 +408,35 @@ Value convert_file(const std::string& input_html, const std::optional<std::strin
                    const std::optional<std::string>& asset_dir, bool merge_windows,
                    const Modules& modules) {
   std::error_code ec;
-  if (!fs::is_regular_file(input_html, ec)) {
+  // A path with a NUL byte names no file.
+  if (text::contains(input_html, std::string_view("\0", 1)) ||
+      !fs::is_regular_file(input_html, ec)) {
     return Value::object({{"success", false}, {"error", "html 文件不存在: " + input_html}});
   }
-  const std::string text = read_text(input_html);
+  std::string text = read_text(input_html);
+  // An output place with a NUL byte cannot be written: refused before
+  // anything is converted, so that not even a picture is written.
+  for (const auto* place : {&output_json, &asset_dir}) {
+    if (*place && text::contains(**place, std::string_view("\0", 1)))
+      throw ValueError("embedded null byte");
+  }
   std::vector<std::string> warnings;
   const Places at = settle_places(input_html, output_json, asset_dir, warnings);
 
-  Finished done = convert_and_finish(text, res, at.asset_dir, merge_windows, modules, warnings);
+  PageCommit commit(file_id(input_html), input_html);
+  Finished done = convert_and_finish(std::move(text), res, at.asset_dir, merge_windows, modules,
+                                     warnings, &at, &commit);
   if (!done.failure.is_null()) return done.failure;
-
   const bool per_page = done.meta.get("mode") == Value("per-screen");
-  std::vector<PendingFile> files = page_files(at, done.pages, per_page);
-  write_all(files);
-  std::vector<std::string> json_paths;
-  for (const PendingFile& f : files) json_paths.push_back(f.path);
-  return file_record(done, json_paths, per_page, output_json, at.asset_dir, warnings);
+  return file_record(done, done.json_paths, per_page, output_json, at.asset_dir, warnings);
 }
 
 Value convert_text_record(const std::string& html, const std::optional<std::string>& res,
                           const std::optional<std::string>& asset_dir, bool merge_windows,
                           const Modules& modules) {
-  const std::string text = decode_text(html, "<text>");
   std::vector<std::string> warnings;
-  Finished done = convert_and_finish(text, res, asset_dir, merge_windows, modules, warnings);
+  Finished done = convert_and_finish(decode_text(html, "<text>"), res, asset_dir, merge_windows,
+                                     modules, warnings);
   if (!done.failure.is_null()) return done.failure;
 
   Value page_list = Value::array();
@@ -464,7 +450,7 @@ Value convert_text_record(const std::string& html, const std::optional<std::stri
       {"mode", done.meta.get("mode")},
       {"pages", page_list},
   });
-  add_first_page_counts(record, done.pages);
+  add_first_page_counts(record, done.first);
   record["warnings"] = strings(warnings);
   record["generatedAssets"] = done.gen_count;
   record["radButtonGlue"] = done.rad_glue;
@@ -530,7 +516,9 @@ int cli(const std::vector<std::string>& argv, std::ostream& out) {
     out.flush();
     return 1;
   }
-  out << dump(r, 1) << "\n";
+  // Streamed: the record of a large prototype holds megabytes of notes and glue.
+  dump_to(r, 1, [&out](std::string_view piece) { out.write(piece.data(), piece.size()); });
+  out << "\n";
   out.flush();
   return 0;
 }

@@ -43,9 +43,8 @@ bool read_direction(std::string& expr) {
 
 // Comma-separated stop items; a comma inside brackets does not separate.
 std::vector<std::string> stop_items(const std::string& expr) {
-  static const Regex separator(R"(,(?![^(]*\)))");
   std::vector<std::string> out;
-  for (const auto& part : separator.split(expr)) {
+  for (const auto& part : _split_stops(expr)) {
     std::string p = text::strip(part);
     if (!p.empty()) out.push_back(std::move(p));
   }
@@ -87,6 +86,32 @@ double pos_diff(const std::optional<double>& a, const std::optional<double>& b) 
 }
 
 }  // namespace
+
+// A comma separates unless a ")" comes after it before the next "(": the
+// comma then stands inside brackets. One scan from the end knows at every
+// position which bracket comes next, so the cost grows with the length of
+// the list alone; trying every comma forward, as a pattern with lookahead
+// does, grows with its square.
+std::vector<std::string> _split_stops(std::string_view expr) {
+  std::vector<size_t> cuts;  // right to left
+  char next_bracket = 0;
+  for (size_t i = expr.size(); i-- > 0;) {
+    const char c = expr[i];
+    if (c == '(' || c == ')') {
+      next_bracket = c;
+    } else if (c == ',' && next_bracket != ')') {
+      cuts.push_back(i);
+    }
+  }
+  std::vector<std::string> out;
+  size_t from = 0;
+  for (auto it = cuts.rbegin(); it != cuts.rend(); ++it) {
+    out.emplace_back(expr.substr(from, *it - from));
+    from = *it + 1;
+  }
+  out.emplace_back(expr.substr(from));
+  return out;
+}
 
 Gradient _parse_gradient(const std::optional<std::string>& expr) {
   static const Regex positioned(R"(^(.*?)\s*(\d+(?:\.\d+)?)%\s*$)");

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <tuple>
 #include <utility>
 #include <vector>
@@ -13,6 +14,9 @@
 
 namespace pagefold {
 
+// The stop list cut at every comma that stands outside brackets (a comma
+// followed by a ")" before the next "(" stands inside), pieces as written.
+std::vector<std::string> _split_stops(std::string_view expr);
 Gradient _parse_gradient(const std::optional<std::string>& expr);
 Gradient _parse_gradient_dual(const std::optional<std::string>& expr);
 std::string _seg_style(const std::vector<Stop>& stops, bool renorm);

@@ -269,8 +269,9 @@ class Sheet {
       PseudoBucket& bucket = (*pseudo_out)[&node];
       for (auto& [name, list] : pseudo) {
         const std::string joined = join(list);
+        const std::string& key = name;  // clang 14 cannot capture a structured binding
         auto it = std::find_if(bucket.begin(), bucket.end(),
-                               [&](const auto& e) { return e.first == name; });
+                               [&key](const auto& e) { return e.first == key; });
         if (it == bucket.end())
           bucket.emplace_back(name, joined);
         else if (!joined.empty() && !it->second.empty())

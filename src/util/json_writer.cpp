@@ -4,7 +4,9 @@
 
 #include <charconv>
 #include <cmath>
+#include <functional>
 #include <string>
+#include <string_view>
 
 namespace pagefold {
 
@@ -108,7 +110,22 @@ void write_real(std::string& out, double d) {
     out += real_repr(d);
 }
 
-void write_value(std::string& out, const Value& v, int indent, int level) {
+// Hands the text written so far to a stream once it passes a bound, so that a
+// file of any size goes through one small buffer. Without a stream the whole
+// text stays in `out`.
+struct Spill {
+  const std::function<void(std::string_view)>* stream = nullptr;
+  static constexpr size_t BOUND = size_t{64} << 10;
+
+  void operator()(std::string& out) const {
+    if (stream && out.size() >= BOUND) {
+      (*stream)(out);
+      out.clear();
+    }
+  }
+};
+
+void write_value(std::string& out, const Value& v, int indent, int level, const Spill& spill) {
   auto newline = [&](int lvl) {
     out.push_back('\n');
     out.append(static_cast<size_t>(indent) * lvl, ' ');
@@ -143,7 +160,8 @@ void write_value(std::string& out, const Value& v, int indent, int level) {
         newline(level + 1);
         write_string(out, k);
         out += ": ";
-        write_value(out, x, indent, level + 1);
+        write_value(out, x, indent, level + 1, spill);
+        spill(out);
       }
       newline(level);
       out.push_back('}');
@@ -161,7 +179,8 @@ void write_value(std::string& out, const Value& v, int indent, int level) {
         if (!first) out.push_back(',');
         first = false;
         newline(level + 1);
-        write_value(out, x, indent, level + 1);
+        write_value(out, x, indent, level + 1, spill);
+        spill(out);
       }
       newline(level);
       out.push_back(']');
@@ -174,8 +193,15 @@ void write_value(std::string& out, const Value& v, int indent, int level) {
 
 std::string dump(const Value& v, int indent) {
   std::string out;
-  write_value(out, v, indent, 0);
+  write_value(out, v, indent, 0, Spill{});
   return out;
+}
+
+void dump_to(const Value& v, int indent, const std::function<void(std::string_view)>& stream) {
+  std::string out;
+  out.reserve(Spill::BOUND + (Spill::BOUND >> 2));
+  write_value(out, v, indent, 0, Spill{&stream});
+  if (!out.empty()) stream(out);
 }
 
 }  // namespace pagefold

@@ -3,7 +3,10 @@
 
 #include <gtest/gtest.h>
 
+#include <random>
+
 #include "pagefold/error.hpp"
+#include "util/regex.hpp"
 
 namespace pagefold {
 namespace {
@@ -128,6 +131,27 @@ TEST(CssProgress, ValueThenWidthPercent) {
   for (const auto& [in, want] : cases) EXPECT_EQ(_css_progress(in.first, in.second), want);
   EXPECT_EQ(failure_of([] { _css_progress("--value:1.2.3", 100); }),
             "ValueError: could not convert string to float: '1.2.3'");
+}
+
+// The stop list is cut where the pattern ",(?![^(]*\))" cuts it: a comma
+// with no ")" ahead before the next "(". The pattern stays here as the
+// reference for the linear scan.
+TEST(SplitStops, CutsWhereTheLookaheadPatternCuts) {
+  static const Regex reference(R"(,(?![^(]*\)))");
+  // Hand-picked: brackets around, before and after commas, nesting, nothing.
+  for (const char* list :
+       {"", ",", "a,b", "rgb(1,2,3),#fff", "a,b)", "a,(b", "(a,b),c", "a),b", "((a,b),c),d",
+        "#fff 10%, rgba(0,0,0,.5) 50%, #000", "a,\n)", ",,", "中,文(,)", ")(,"})
+    EXPECT_EQ(_split_stops(list), reference.split(list)) << list;
+  // Generated lists over the characters that matter, long ones included.
+  const std::string alphabet[] = {",", "(", ")", "a", " ", "#0f0 40%", "\n", "中"};
+  std::mt19937 rng(7);
+  for (int n = 0; n < 3000; ++n) {
+    std::string list;
+    const int len = n < 2990 ? n % 40 : 2000;
+    for (int i = 0; i < len; ++i) list += alphabet[rng() % std::size(alphabet)];
+    ASSERT_EQ(_split_stops(list), reference.split(list)) << list;
+  }
 }
 
 }  // namespace

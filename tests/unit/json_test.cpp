@@ -2,8 +2,10 @@
 // order and the strict reader.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <limits>
+#include <string_view>
 
 #include "pagefold/error.hpp"
 #include "pagefold/json.hpp"
@@ -29,6 +31,33 @@ TEST(JsonDump, EscapesAndScalars) {
       {Value(kInf), "Infinity"}, {Value(-kInf), "-Infinity"}};
   // clang-format on
   for (const auto& [v, text] : scalars) EXPECT_EQ(dump(v, 2), text);
+}
+
+// Streaming gives the bytes of `dump`, in pieces that stay near 64 KiB
+// however large the whole text grows: deep nesting (whose indentation makes
+// the text grow with the square of the depth), long lists and empty values.
+TEST(JsonDump, StreamedTextIsTheDumpInBoundedPieces) {
+  Value deep = Value::object({{"leaf", 1.5}});
+  for (int i = 0; i < 600; ++i)
+    deep = Value::object({{"k", i}, {"child", deep}, {"e", Value::array()}});
+  Value wide = Value::array();
+  for (int i = 0; i < 20000; ++i)
+    wide.as_array().push_back(Value::object({{"s", "中\n"}, {"i", i}}));
+  for (const Value& v : {deep, wide, Value::object(), Value(7)}) {
+    for (int indent : {1, 2}) {
+      std::string streamed;
+      size_t pieces = 0, largest = 0;
+      dump_to(v, indent, [&](std::string_view piece) {
+        streamed += piece;
+        ++pieces;
+        largest = std::max(largest, piece.size());
+      });
+      const std::string whole = dump(v, indent);
+      EXPECT_EQ(streamed, whole);
+      EXPECT_LE(largest, size_t{66} << 10);
+      EXPECT_GE(pieces, whole.size() >> 16);
+    }
+  }
 }
 
 TEST(JsonRealRepr, ShortestRoundTripWithExponentBounds) {
