@@ -1,9 +1,13 @@
 #!/usr/bin/python3
 """Converts the benchmark prototypes as whole processes and reports time and memory.
 
-  run.py --pagefold PATH [--runs N] [--only NAME,...] [--work DIR]
-  run.py --pagefold PATH --check [--scale small|full] [--sums FILE]
-  run.py --pagefold PATH --record [--scale small|full] [--sums FILE]
+  run.py --pagefold PATH --measure PATH [--runs N] [--only NAME,...] [--work DIR]
+  run.py --pagefold PATH --measure PATH --check [--scale small|full] [--sums FILE]
+  run.py --pagefold PATH --measure PATH --record [--scale small|full] [--sums FILE]
+
+--measure names the helper built from bench/measure.cpp (pagefold_measure),
+which runs each conversion and reports its wall time, CPU time and peak
+resident memory.
 
 Timing mode: each prototype (the generated ones and the four shared samples)
 is converted N times (default 7), every run into a fresh output directory, and
@@ -25,7 +29,6 @@ import statistics
 import subprocess
 import sys
 import tempfile
-import time
 
 HERE = os.path.dirname(os.path.abspath(__file__))
 sys.path.insert(0, HERE)
@@ -53,20 +56,18 @@ GROWTH = [
 GROWTH_LIMIT = 2.2
 
 
-def run_once(pagefold, html, out_dir):
-    """One whole-process conversion into `out_dir`: (wall s, cpu s, peak KB,
-    exit status, stdout bytes)."""
-    start = time.perf_counter()
-    proc = subprocess.Popen(
-        [pagefold, html, out_dir], stdout=subprocess.PIPE, stderr=subprocess.PIPE
+def run_once(args, html, out_dir):
+    """One whole-process conversion into `out_dir`, through the measuring
+    helper: (wall s, cpu s, peak KB, exit status, stdout bytes)."""
+    proc = subprocess.run(
+        [args.measure, args.pagefold, html, out_dir], capture_output=True, check=False
     )
-    out, err = proc.stdout.read(), proc.stderr.read()
-    _, status, usage = os.wait4(proc.pid, 0)
-    wall = time.perf_counter() - start
-    proc.returncode = os.waitstatus_to_exitcode(status)
-    if proc.returncode != 0:
-        sys.stderr.write(err.decode("utf-8", "replace"))
-    return wall, usage.ru_utime + usage.ru_stime, usage.ru_maxrss, proc.returncode, out
+    err = proc.stderr.rstrip(b"\n")
+    head, _, last = err.rpartition(b"\n")
+    wall, user, system, rss, status = (int(x) for x in last.split())
+    if status != 0:
+        sys.stderr.write(head.decode("utf-8", "replace") + "\n")
+    return wall / 1e6, (user + system) / 1e6, rss, status, proc.stdout
 
 
 def output_digest(out_dir, stdout):
@@ -105,12 +106,12 @@ def sample_paths():
     return paths
 
 
-def digests(pagefold, paths, work):
+def digests(args, paths, work):
     out = {}
     for name, path in paths.items():
         out_dir = os.path.join(work, "out-" + name)
         os.mkdir(out_dir)
-        *_, status, stdout = run_once(pagefold, path, out_dir)
+        *_, status, stdout = run_once(args, path, out_dir)
         if status != 0:
             raise SystemExit(f"{name}: pagefold exited with status {status}")
         out[name] = output_digest(out_dir, stdout)
@@ -120,7 +121,7 @@ def digests(pagefold, paths, work):
 
 def check(args, work):
     sums = args.sums or os.path.join(HERE, f"expected-{args.scale}.sha256")
-    got = digests(args.pagefold, write_prototypes(work, args.scale), work)
+    got = digests(args, write_prototypes(work, args.scale), work)
     if args.record:
         with open(sums, "w") as f:
             for name, d in got.items():
@@ -162,7 +163,7 @@ def timing(args, work):
         for r in range(args.runs):
             out_dir = os.path.join(work, f"out-{name}-{r}")
             os.mkdir(out_dir)
-            wall, cpu, rss, status, _ = run_once(args.pagefold, path, out_dir)
+            wall, cpu, rss, status, _ = run_once(args, path, out_dir)
             shutil.rmtree(out_dir)
             if status != 0:
                 failed = True
@@ -201,6 +202,9 @@ def timing(args, work):
 def main():
     ap = argparse.ArgumentParser(description="pagefold whole-process benchmark")
     ap.add_argument("--pagefold", required=True, help="the pagefold executable")
+    ap.add_argument(
+        "--measure", required=True, help="the pagefold_measure helper (bench/measure.cpp)"
+    )
     ap.add_argument("--runs", type=int, default=7)
     ap.add_argument("--only", help="comma-separated prototype names")
     ap.add_argument("--check", action="store_true", help="compare output sums")
@@ -210,6 +214,7 @@ def main():
     ap.add_argument("--work", help="directory for prototypes and output (default: temporary)")
     args = ap.parse_args()
     args.pagefold = os.path.abspath(args.pagefold)
+    args.measure = os.path.abspath(args.measure)
     work = args.work or tempfile.mkdtemp(prefix="pagefold-bench-")
     os.makedirs(work, exist_ok=True)
     try:

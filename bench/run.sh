@@ -8,5 +8,6 @@ set -euo pipefail
 
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 cmake -S . -B build-release -DCMAKE_BUILD_TYPE=Release -DPAGEFOLD_BENCH=OFF >/dev/null
-cmake --build build-release -j 2 --target pagefold >/dev/null
-exec /usr/bin/python3 bench/run.py --pagefold build-release/pagefold "$@"
+cmake --build build-release -j 2 --target pagefold pagefold_measure >/dev/null
+exec /usr/bin/python3 bench/run.py --pagefold build-release/pagefold \
+  --measure build-release/pagefold_measure "$@"

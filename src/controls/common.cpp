@@ -40,9 +40,18 @@ std::string Controls::_caption(Ctx& ctx, const std::string& typ, const Attrs& at
 Value Controls::_pos(Ctx& ctx, const Attrs& attrs) const {
   Value pos = _style_pos(style_of(attrs));
   // Any usable alias overrides the style; the first usable one wins.
-  for (const auto& [key, suffixes] : POS_ALIAS) {
-    for (const std::string& suffix : suffixes) {
-      const OptStr v = nonempty_attr(attrs, "data-" + suffix);
+  // The attribute names of the aliases, made once.
+  static const auto aliases = [] {
+    std::vector<std::pair<std::string, std::vector<std::string>>> out;
+    for (const auto& [key, suffixes] : POS_ALIAS) {
+      out.emplace_back(key, std::vector<std::string>());
+      for (const std::string& suffix : suffixes) out.back().second.push_back("data-" + suffix);
+    }
+    return out;
+  }();
+  for (const auto& [key, names] : aliases) {
+    for (const std::string& name : names) {
+      const OptStr v = nonempty_attr(attrs, name);
       if (!v) continue;
       if (auto px = parse_px(v)) {
         pos[key] = Value(*px);

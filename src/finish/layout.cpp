@@ -2,8 +2,12 @@
 // enclosing window allows, and full-screen windows that cover each other are
 // reported. Runs on finished page roots, just before they are written.
 #include <algorithm>
+#include <array>
+#include <atomic>
+#include <optional>
 #include <set>
 #include <string>
+#include <unordered_map>
 #include <utility>
 #include <vector>
 
@@ -36,15 +40,36 @@ double required(const Value& pos, const char* key) {
   return number(pos.get(key));
 }
 
+// Whether `c` is a word character, digit or bracket, counted narrower than
+// other characters below U+2E80. ASCII is answered directly; other code
+// points ask the pattern once each and the answer is kept, since the text
+// fit measures every character of every text box on the page.
+bool narrow_char(char32_t c) {
+  if (c < 0x80) {
+    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '_' ||
+           c == '(' || c == ')' || c == '[' || c == ']' || c == '{' || c == '}';
+  }
+  static const Regex narrow(R"([\w\d()\[\]{}])");
+  // 0 unknown, 1 narrow, 2 not; racing threads store the same answer.
+  static std::array<std::atomic<uint8_t>, 0x2E80> known{};
+  std::atomic<uint8_t>& slot = known[c];
+  uint8_t k = slot.load(std::memory_order_relaxed);
+  if (k == 0) {
+    const std::string ch = text::to_utf8(c);
+    k = narrow.match(ch) ? 1 : 2;
+    slot.store(k, std::memory_order_relaxed);
+  }
+  return k == 1;
+}
+
 // The smallest box that holds `text` at font size `fs`: CJK counts a full
 // em, punctuation a little more than a Latin letter.
 std::pair<int64_t, int64_t> min_size(const std::string& text, double fs, double alignment) {
-  static const Regex narrow(R"([\w\d()\[\]{}])");
   double units = 0;
   for (char32_t c : text::to_u32(text)) {
     if (c > 0x2E7F) {
       units += 1.0;
-    } else if (const std::string ch = text::to_utf8(c); narrow.match(ch)) {
+    } else if (narrow_char(c)) {
       units += 0.55;
     } else {
       units += 0.6;
@@ -56,21 +81,35 @@ std::pair<int64_t, int64_t> min_size(const std::string& text, double fs, double 
   return {w, h};
 }
 
-// The record of the nearest "window__" control around `target`, or null.
-Value find_owner(const Value& d, const std::string& target, const Value& owner) {
-  for (const auto& [k, v] : d.as_object()) {
-    if (!v.is_object()) continue;
-    if (k == target) return owner;
-    if (text::contains(k, "__")) {
-      Value found = find_owner(v, target, text::starts_with(k, "window__") ? v : owner);
-      if (!found.is_null()) return found;
+// For every control key of the page, the record of the nearest "window__"
+// control around its first occurrence (null at the top of the page). Built
+// once per page: looking each text box up with a search of the whole page
+// would cost the square of the page's size.
+class Owners {
+ public:
+  explicit Owners(const Value& data) { visit(data, Value()); }
+
+  Value of(const std::string& key) const {
+    auto it = owner_.find(key);
+    return it == owner_.end() ? Value() : it->second;
+  }
+
+ private:
+  // The search order of a depth-first walk: a key counts where it is first
+  // met, and only maps under keys with "__" are entered.
+  void visit(const Value& d, const Value& owner) {
+    for (const auto& [k, v] : d.as_object()) {
+      if (!v.is_object()) continue;
+      owner_.emplace(k, owner);
+      if (text::contains(k, "__")) visit(v, text::starts_with(k, "window__") ? v : owner);
     }
   }
-  return Value();
-}
 
-Value parent_w(const Value& data, const std::string& key, const Value& rw) {
-  Value owner = find_owner(data, key, Value());
+  std::unordered_map<std::string, Value> owner_;
+};
+
+Value parent_w(const Owners& owners, const std::string& key, const Value& rw) {
+  Value owner = owners.of(key);
   if (!owner.is_null() && owner.get("position").truthy()) {
     return or_else(owner.get("position").get("width"), rw);
   }
@@ -78,6 +117,7 @@ Value parent_w(const Value& data, const std::string& key, const Value& rw) {
 }
 
 void fit_text(const Value& data, const Value& rw, std::vector<std::string>& warnings) {
+  std::optional<Owners> owners;  // built when a first box wants to grow
   for (const auto& [key, val] : _walk_ctrls(data)) {
     if (!text::starts_with(key, "textview__") && !text::starts_with(key, "button__")) continue;
     std::string txt = val.contains("text") ? value_str(val.get("text")) : std::string();
@@ -95,7 +135,8 @@ void fit_text(const Value& data, const Value& rw, std::vector<std::string>& warn
     if (number(ph) < mh) nh = mh;
     if (nw == pw && nh == ph) continue;
     if (number(nw) > number(pw)) {
-      Value cw = parent_w(data, key, rw);
+      if (!owners) owners.emplace(data);
+      Value cw = parent_w(*owners, key, rw);
       Value left = pos.contains("left") ? pos.get("left") : Value(int64_t{0});
       if (number(left) + number(nw) > number(cw)) {
         // Growing to the right would leave the container: keep the width and
