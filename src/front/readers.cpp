@@ -5,6 +5,9 @@
 #include "front/readers.hpp"
 
 #include <algorithm>
+#include <map>
+#include <memory>
+#include <mutex>
 
 #include "front/checked.hpp"
 #include "util/num.hpp"
@@ -181,7 +184,40 @@ std::optional<double> _px_num(const OptStr& v) {
   return num::parse_real(m->group(1));
 }
 
+namespace {
+
+// A key of letters, digits, "-" and "_" stands for itself in the pattern.
+bool plain_key(std::string_view key) {
+  return !key.empty() && std::all_of(key.begin(), key.end(), [](char c) {
+    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '-' ||
+           c == '_';
+  });
+}
+
+// The property pattern compiled for a key that holds pattern characters; one
+// compiled pattern per such key.
+const Regex& key_pattern(std::string_view key) {
+  static std::mutex mu;
+  static std::map<std::string, std::unique_ptr<Regex>, std::less<>> cache;
+  std::lock_guard<std::mutex> lock(mu);
+  auto it = cache.find(key);
+  if (it == cache.end()) {
+    std::string pat = R"((?:^|;)\s*)" + std::string(key) + R"(\s*:\s*([^;]+))";
+    it = cache.emplace(std::string(key), std::make_unique<Regex>(pat)).first;
+  }
+  return *it->second;
+}
+
+}  // namespace
+
 std::optional<std::string> style_prop(const OptStr& style, std::string_view key) {
+  if (!plain_key(key)) {
+    const Regex& re = key_pattern(key);
+    if (!style) return std::nullopt;
+    auto m = re.search(*style);
+    if (!m) return std::nullopt;
+    return m->str(1);
+  }
   if (!style) return std::nullopt;
   if (auto v = find_prop(*style, key)) return std::string(*v);
   return std::nullopt;

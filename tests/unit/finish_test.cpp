@@ -34,6 +34,58 @@ TEST(FinalizeLayout, TextControlsWithoutTextSizeOrBoxAreLeftAlone) {
   EXPECT_TRUE(warnings.empty());
 }
 
+// Characters below U+2E80 count 0.55 when they are word characters, digits
+// or brackets (in any script) and 0.6 otherwise; from U+2E80 on a full em.
+// Ten characters at font size 100: w = trunc(units * 100 * 1.1) + 16, the
+// units summed one character at a time (ten times 0.55 is 5.499999999999999).
+TEST(FinalizeLayout, TextWidthCountsEachCharacterByItsClass) {
+  const std::pair<std::string, int64_t> cases[] = {
+      {"aaaaaaaaaa", 620},  // word characters: 0.55 each
+      {"éééééééééé", 620},  // letters beyond ASCII too
+      {"٣٣٣٣٣٣٣٣٣٣", 620},  // Arabic-Indic digits
+      {"((((((((((", 620},  // brackets
+      {"----------", 675},  // punctuation: 0.6 each
+      {"——————————", 675},  // U+2014
+      {"\u2e7f\u2e7f\u2e7f\u2e7f\u2e7f\u2e7f\u2e7f\u2e7f\u2e7f\u2e7f", 675},    // the last below
+      {"\u2e80\u2e80\u2e80\u2e80\u2e80\u2e80\u2e80\u2e80\u2e80\u2e80", 1116}};  // the first em
+  for (const auto& [text, want] : cases) {
+    Value data = J(R"({"resolution": {"height": 272, "width": 4800},
+      "textview__1": {"fontSize": 100, "position": {"height": 1, "left": 0, "top": 0, "width": 1}}})");
+    data["textview__1"]["text"] = text;
+    std::vector<std::string> warnings;
+    _finalize_layout(data, warnings);
+    EXPECT_EQ(data["textview__1"]["position"]["width"], Value(want)) << text;
+  }
+}
+
+// Every growing box is measured against its own nearest window, wherever it
+// stands in the page; a box outside any window against the page.
+TEST(FinalizeLayout, EachGrowingBoxIsBoundByItsOwnWindow) {
+  Value data = J(R"({"resolution": {"height": 480, "width": 800},
+    "window__1": {"position": {"height": 100, "left": 0, "top": 0, "width": 60},
+      "textview__2": {"text": "ab", "fontSize": 10, "position": {"height": 20, "left": 40, "top": 0, "width": 1}},
+      "window__3": {"position": {"height": 100, "left": 0, "top": 0, "width": 0},
+        "textview__4": {"text": "ab", "fontSize": 10, "position": {"height": 20, "left": 790, "top": 0, "width": 1}}},
+      "listview__5": {"position": {"height": 100, "left": 0, "top": 0, "width": 10},
+        "textview__6": {"text": "ab", "fontSize": 10, "position": {"height": 20, "left": 0, "top": 0, "width": 1}}}},
+    "textview__7": {"text": "ab", "fontSize": 10, "position": {"height": 20, "left": 780, "top": 0, "width": 1}}})");
+  std::vector<std::string> warnings;
+  _finalize_layout(data, warnings);
+  // 28 wide: textview__2 ends at 68 > 60; textview__4 in a window of width 0
+  // is bound by the page (800) and ends at 818; textview__6 fits its window
+  // (the list view counts for nothing); textview__7 ends at 808 > 800.
+  EXPECT_EQ(data["window__1"]["textview__2"]["position"]["width"], Value(1));
+  EXPECT_EQ(data["window__1"]["window__3"]["textview__4"]["position"]["width"], Value(1));
+  EXPECT_EQ(data["window__1"]["listview__5"]["textview__6"]["position"]["width"], Value(28));
+  EXPECT_EQ(data["textview__7"]["position"]["width"], Value(1));
+  ASSERT_EQ(warnings.size(), 3u);
+  EXPECT_NE(warnings[0].find("textview__2()"), std::string::npos);
+  EXPECT_NE(warnings[0].find("超出容器(60px)"), std::string::npos);
+  EXPECT_NE(warnings[1].find("超出容器(800px)"), std::string::npos);
+  EXPECT_NE(warnings[2].find("textview__7()"), std::string::npos);
+  EXPECT_NE(warnings[2].find("超出容器(800px)"), std::string::npos);
+}
+
 TEST(FinalizeLayout, CoveringNeedsTwoPageSizedWindowsOverlappingMoreThanAThird) {
   // Windows 70% of the screen wide: (left of the second, warned).
   for (const auto& [left, warned] : {std::pair{300, false}, std::pair{144, true}}) {
