@@ -118,6 +118,8 @@ class Object {
   bool erase(std::string_view key);
   // Sets `key` only when it is missing; an existing value is kept.
   void setdefault(std::string_view key, Value v);
+  // Room for `n` items without reallocation.
+  void reserve(size_t n) { items_.reserve(n); }
 
   size_t size() const { return items_.size(); }
   bool empty() const { return items_.empty(); }

@@ -82,8 +82,9 @@ std::string _detect_type(const std::string& tag, const std::set<std::string>& cl
                        });
 
   // An element with a font glyph is a glyph button or icon, even when a
-  // class earlier in the table would say otherwise.
-  if (attrs && _glyph_from_attrs(*attrs).value_or("") != "") {
+  // class earlier in the table would say otherwise. (The glyph is looked for
+  // only where it can decide.)
+  if ((is_btn || is_icon) && attrs && _glyph_from_attrs(*attrs).value_or("") != "") {
     if (is_btn) return "button";
     if (is_icon) return "icon";
   }

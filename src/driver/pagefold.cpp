@@ -154,13 +154,15 @@ std::string decode_text(const std::string& raw, const std::string& origin) {
   size_t start = raw.compare(0, 3, "\xEF\xBB\xBF") == 0 ? 3 : 0;
   std::string out;
   out.reserve(raw.size() - start);
-  for (size_t i = start; i < raw.size(); ++i) {
-    if (raw[i] == '\r') {
-      out += '\n';
-      if (i + 1 < raw.size() && raw[i + 1] == '\n') ++i;
-    } else {
-      out += raw[i];
-    }
+  // Copied in runs between carriage returns.
+  for (size_t i = start; i < raw.size();) {
+    size_t cr = raw.find('\r', i);
+    if (cr == std::string::npos) cr = raw.size();
+    out.append(raw, i, cr - i);
+    if (cr == raw.size()) break;
+    out += '\n';
+    i = cr + 1;
+    if (i < raw.size() && raw[i] == '\n') ++i;
   }
   return out;
 }
@@ -168,7 +170,9 @@ std::string decode_text(const std::string& raw, const std::string& origin) {
 std::string read_text(const std::string& path) {
   std::ifstream in(path, std::ios::binary);
   if (!in) throw os_failure(errno ? errno : EIO, path);
-  std::string raw((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+  std::string raw;
+  char block[1 << 16];
+  while (in.read(block, sizeof block) || in.gcount() > 0) raw.append(block, in.gcount());
   if (in.bad()) throw os_failure(EIO, path);
   return decode_text(raw, path);
 }

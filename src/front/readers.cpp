@@ -5,6 +5,7 @@
 #include "front/readers.hpp"
 
 #include <algorithm>
+#include <charconv>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -156,6 +157,14 @@ std::optional<int64_t> parse_px(const OptStr& v) {
     if (auto m = re.match(t)) digits = m->group(1);
   }
   if (!digits) return std::nullopt;
+  // Plain ASCII digits with at most one point read directly, correctly
+  // rounded like the general reader; everything else goes through it.
+  if (ascii && std::count(digits->begin(), digits->end(), '.') <= 1 && *digits != ".") {
+    double d = 0;
+    const auto res = std::from_chars(digits->data(), digits->data() + digits->size(), d);
+    if (res.ec == std::errc() && res.ptr == digits->data() + digits->size())
+      return checked::trunc(d);
+  }
   // Not caught on purpose: "1.2.3" or "." raise ValueError.
   return checked::trunc(num::to_real(*digits));
 }

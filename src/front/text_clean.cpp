@@ -5,7 +5,6 @@
 
 #include <algorithm>
 
-#include "util/regex.hpp"
 #include "util/text.hpp"
 
 namespace pagefold {
@@ -57,7 +56,6 @@ void report(const WarnFn& warn, const std::u32string& dropped, const std::string
 
 std::optional<std::string> _clean_text(const std::optional<std::string>& s, const WarnFn* warn,
                                        const std::string& where) {
-  static const Regex blanks(R"([ \t\r\f\x0b]+)");
   if (!s || s->empty()) return s;
   std::u32string out, dropped;
   for (char32_t ch : text::to_u32(*s)) {
@@ -68,8 +66,22 @@ std::optional<std::string> _clean_text(const std::optional<std::string>& s, cons
     }
   }
   if (warn && !dropped.empty()) report(*warn, dropped, where);
-  // Line feeds survive inside the text; only the ends lose them.
-  return text::strip(blanks.sub(" ", text::to_utf8(out)));
+  // Runs of blanks (space, tab, carriage return, form feed, vertical tab)
+  // become one space. Line feeds survive inside the text; only the ends lose
+  // them.
+  std::string joined;
+  joined.reserve(out.size());
+  bool in_run = false;
+  for (char32_t ch : out) {
+    const bool blank = ch == ' ' || ch == '\t' || ch == '\r' || ch == '\f' || ch == '\x0b';
+    if (blank && in_run) continue;
+    in_run = blank;
+    if (blank)
+      joined.push_back(' ');
+    else
+      text::append_utf8(joined, ch);
+  }
+  return text::strip(joined);
 }
 
 }  // namespace pagefold

@@ -16,6 +16,7 @@ Value Value::array() { return Value(std::make_shared<Array>()); }
 Value Value::object(std::initializer_list<std::pair<std::string_view, Value>> items) {
   Value v = object();
   Object& o = v.as_object();
+  o.reserve(items.size());
   for (const auto& [k, x] : items) o.set(k, x);
   return v;
 }

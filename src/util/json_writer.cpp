@@ -60,10 +60,17 @@ std::string real_repr(double d) {
 
 namespace {
 
+// Escapes the characters that need it; everything else, multi-byte UTF-8
+// included, is copied in runs.
 void write_string(std::string& out, std::string_view s) {
   static const char* hex = "0123456789abcdef";
   out.push_back('"');
-  for (unsigned char c : s) {
+  size_t run = 0;  // start of the pending run of plain bytes
+  for (size_t i = 0; i < s.size(); ++i) {
+    const auto c = static_cast<unsigned char>(s[i]);
+    if (c >= 0x20 && c != '"' && c != '\\') continue;
+    out.append(s.data() + run, i - run);
+    run = i + 1;
     switch (c) {
       case '"':
         out += "\\\"";
@@ -87,15 +94,12 @@ void write_string(std::string& out, std::string_view s) {
         out += "\\f";
         break;
       default:
-        if (c < 0x20) {
-          out += "\\u00";
-          out.push_back(hex[c >> 4]);
-          out.push_back(hex[c & 15]);
-        } else {
-          out.push_back(static_cast<char>(c));
-        }
+        out += "\\u00";
+        out.push_back(hex[c >> 4]);
+        out.push_back(hex[c & 15]);
     }
   }
+  out.append(s.data() + run, s.size() - run);
   out.push_back('"');
 }
 
@@ -120,9 +124,12 @@ void write_value(std::string& out, const Value& v, int indent, int level) {
     case Value::Kind::Bool:
       out += v.as_bool() ? "true" : "false";
       break;
-    case Value::Kind::Int:
-      out += std::to_string(v.as_int());
+    case Value::Kind::Int: {
+      char buf[24];
+      const auto res = std::to_chars(buf, buf + sizeof buf, v.as_int());
+      out.append(buf, res.ptr);
       break;
+    }
     case Value::Kind::Real:
       write_real(out, v.as_real());
       break;

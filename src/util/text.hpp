@@ -22,9 +22,17 @@ size_t length(std::string_view s);
 // Code points [start, start + n) of `s`, clipped to its length.
 std::string slice(std::string_view s, size_t start, size_t n = std::string::npos);
 
-// Unicode whitespace: general category Zs, or bidirectional class WS, B or S.
-bool is_space(char32_t c);
+// Unicode whitespace: general category Zs, or bidirectional class WS, B or S
+// (29 code points). ASCII is answered inline: nearly every character asked
+// about is ASCII.
+bool is_space_beyond_ascii(char32_t c);
+inline bool is_space(char32_t c) {
+  if (c < 0x80) return (c >= 0x09 && c <= 0x0D) || (c >= 0x1C && c <= 0x20);
+  return is_space_beyond_ascii(c);
+}
 std::string strip(std::string_view s);
+// Every run of whitespace replaced by one space, as the pattern "\s+" would.
+std::string collapse_space(std::string_view s);
 // Strips the given ASCII characters (not whitespace) from one or both ends.
 std::string strip_chars(std::string_view s, std::string_view chars);
 std::string rstrip_chars(std::string_view s, std::string_view chars);
