@@ -23,7 +23,8 @@ std::string mixed_screen(int n) {
   auto pick = [&rng](int k) { return std::uniform_int_distribution<int>(0, k - 1)(rng); };
   auto box = [&] {
     return "style=\"left:" + std::to_string(pick(700)) + "px;top:" + std::to_string(pick(400)) +
-           "px;width:" + std::to_string(80 + pick(200)) + "px;height:" + std::to_string(20 + pick(40)) +
+           "px;width:" + std::to_string(80 + pick(200)) +
+           "px;height:" + std::to_string(20 + pick(40)) +
            "px;font-size:" + std::to_string(12 + pick(20)) + "px\"";
   };
   std::string html = "<html><body><div class=\"screen\" data-page=\"main\" data-bg=\"#0F141C\">\n";

@@ -20,8 +20,6 @@ Value add_numbers(const Value& a, const Value& b) {
   return Value(a.as_number() + b.as_number());
 }
 
-std::string style_of(const Attrs& attrs) { return _attr(attrs, "style").value_or(""); }
-
 const char* const POS_KEYS[] = {"height", "left", "top", "width"};
 const int64_t POS_DEFAULTS[] = {40, 0, 0, 100};
 
@@ -38,7 +36,7 @@ std::string Controls::_caption(Ctx& ctx, const std::string& typ, const Attrs& at
 }
 
 Value Controls::_pos(Ctx& ctx, const Attrs& attrs) const {
-  Value pos = _style_pos(style_of(attrs));
+  Value pos = style_pos_in(attr_view(attrs, "style"));
   // Any usable alias overrides the style; the first usable one wins.
   // The attribute names of the aliases, made once.
   static const auto aliases = [] {

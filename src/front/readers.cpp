@@ -232,27 +232,37 @@ std::optional<std::string> style_prop(const OptStr& style, std::string_view key)
   return std::nullopt;
 }
 
-Value _style_pos(const OptStr& style) {
+Value style_pos_in(std::string_view style) {
   Value pos = Value::object();
   for (const char* k : {"left", "top", "width", "height"}) {
-    auto raw = style_prop(style, k);
+    auto raw = find_prop(style, k);
     if (!raw) continue;
-    if (auto v = parse_px(raw)) pos.as_object().set(k, Value(*v));
+    if (auto v = parse_px(std::string(*raw))) pos.as_object().set(k, Value(*v));
   }
   return pos;
 }
 
-OptStr _attr(const Attrs& attrs, std::string_view name, const OptStr& dflt) {
+Value _style_pos(const OptStr& style) { return style_pos_in(style ? *style : std::string_view()); }
+
+const Attr* find_attr(const Attrs& attrs, std::string_view name) {
   for (const Attr& a : attrs)
-    if (same_name(a.name, name)) return a.value;
-  return dflt;
+    if (same_name(a.name, name)) return &a;
+  return nullptr;
+}
+
+std::string_view attr_view(const Attrs& attrs, std::string_view name) {
+  const Attr* a = find_attr(attrs, name);
+  return a && a->value ? std::string_view(*a->value) : std::string_view();
+}
+
+OptStr _attr(const Attrs& attrs, std::string_view name, const OptStr& dflt) {
+  const Attr* a = find_attr(attrs, name);
+  return a ? a->value : dflt;
 }
 
 std::set<std::string> _classes(const Attrs& attrs) {
-  auto v = _attr(attrs, "class");
   std::set<std::string> out;
-  if (!v) return out;
-  for (auto& c : text::split_ws(*v)) out.insert(std::move(c));
+  for (auto& c : text::split_ws(attr_view(attrs, "class"))) out.insert(std::move(c));
   return out;
 }
 
@@ -392,8 +402,9 @@ bool flag(const OptStr& v) {
 std::string image_path(const std::string& v) { return text::contains(v, "/") ? v : "images/" + v; }
 
 OptStr nonempty_attr(const Attrs& attrs, std::string_view name) {
-  auto v = _attr(attrs, name);
-  return truthy(v) ? v : std::nullopt;
+  const Attr* a = find_attr(attrs, name);
+  if (!a || !a->value || a->value->empty()) return std::nullopt;
+  return a->value;
 }
 
 OptStr first_nonempty(const Attrs& attrs, std::initializer_list<std::string_view> names) {
@@ -423,8 +434,7 @@ std::optional<int64_t> _font_size(const Attrs& attrs) {
     if (!v) continue;
     if (auto px = parse_px(v)) return px;
   }
-  const std::string style = _attr(attrs, "style").value_or("");
-  if (auto v = find_prop(style, "font-size")) {
+  if (auto v = find_prop(attr_view(attrs, "style"), "font-size")) {
     if (auto px = parse_px(std::string(*v))) return px;
   }
   return std::nullopt;
@@ -433,9 +443,9 @@ std::optional<int64_t> _font_size(const Attrs& attrs) {
 std::optional<int64_t> _bg_color(const Attrs& attrs) {
   if (auto v = to_dec(_attr(attrs, "data-background"))) return v;
   if (auto v = to_dec(_attr(attrs, "data-bg"))) return v;
-  const std::string style = _attr(attrs, "style").value_or("");
   // A gradient is no colour: the declaration then answers absent.
-  if (auto v = find_prop(style, "background-color", "background")) return to_dec(text::strip(*v));
+  if (auto v = find_prop(attr_view(attrs, "style"), "background-color", "background"))
+    return to_dec(text::strip(*v));
   return std::nullopt;
 }
 

@@ -39,6 +39,14 @@ Value _style_pos(const OptStr& style);
 // First attribute named `name` (any case): its value, absent when written
 // without one; `dflt` when there is no such attribute.
 OptStr _attr(const Attrs& attrs, std::string_view name, const OptStr& dflt = std::nullopt);
+// The first attribute named `name` (any case), or null: `_attr` without a
+// copy of the value, for readers that only look at it.
+const Attr* find_attr(const Attrs& attrs, std::string_view name);
+// The value of the first attribute named `name`, as a view into `attrs`;
+// empty when there is none or it has no value.
+std::string_view attr_view(const Attrs& attrs, std::string_view name);
+// `_style_pos` of a style string that is given (an absent one reads as "").
+Value style_pos_in(std::string_view style);
 std::set<std::string> _classes(const Attrs& attrs);
 OptStr _glyph_from_attrs(const Attrs& attrs);
 std::optional<Color> _color_int_rgba(std::optional<int64_t> cint,
