@@ -324,7 +324,7 @@ void add_first_page_counts(Value& record, const std::vector<Page>& pages) {
   for (const auto& [k, v] : data.as_object()) {
     if (text::contains(k, "__")) ++top;
   }
-  const int64_t controls = static_cast<int64_t>(_walk_ctrls(data).size());
+  const int64_t controls = static_cast<int64_t>(count_ctrls(data));
   record["resolution"] = value_str(resv.get("width")) + "x" + value_str(resv.get("height"));
   record["controls"] = controls;
   record["controlsTopLevel"] = top;

@@ -118,13 +118,13 @@ Value parent_w(const Owners& owners, const std::string& key, const Value& rw) {
 
 void fit_text(const Value& data, const Value& rw, std::vector<std::string>& warnings) {
   std::optional<Owners> owners;  // built when a first box wants to grow
-  for (const auto& [key, val] : _walk_ctrls(data)) {
-    if (!text::starts_with(key, "textview__") && !text::starts_with(key, "button__")) continue;
+  each_ctrl(data, false, [&](const std::string& key, const Value& val) {
+    if (!text::starts_with(key, "textview__") && !text::starts_with(key, "button__")) return;
     std::string txt = val.contains("text") ? value_str(val.get("text")) : std::string();
     Value fs = or_else(val.get("fontSize"), Value(int64_t{0}));
     Value pos = or_else(val.get("position"), Value::object());
     if (txt.empty() || !fs.truthy() || !pos.get("width").truthy() || !pos.get("height").truthy()) {
-      continue;
+      return;
     }
     Value al = val.contains("alignment") ? val.get("alignment") : Value(int64_t{0});
     const double alignment = al.is_number() ? al.as_number() : -1;
@@ -133,7 +133,7 @@ void fit_text(const Value& data, const Value& rw, std::vector<std::string>& warn
     Value nw = pw, nh = ph;
     if (number(pw) < mw) nw = mw;
     if (number(ph) < mh) nh = mh;
-    if (nw == pw && nh == ph) continue;
+    if (nw == pw && nh == ph) return;
     if (number(nw) > number(pw)) {
       if (!owners) owners.emplace(data);
       Value cw = parent_w(*owners, key, rw);
@@ -151,7 +151,7 @@ void fit_text(const Value& data, const Value& rw, std::vector<std::string>& warn
     }
     pos["width"] = nw;
     pos["height"] = nh;
-  }
+  });
 }
 
 void covering_windows(const Value& data, const Value& res, const Value& rw,
@@ -159,9 +159,9 @@ void covering_windows(const Value& data, const Value& res, const Value& rw,
   const Value rh = or_else(res.get("height"), Value(int64_t{0}));
   const double screen_area = number(rw) * number(rh);
   Ctrls top_wins;
-  for (const auto& [k, v] : _walk_ctrls(data, true)) {
+  each_ctrl(data, true, [&](const std::string& k, const Value& v) {
     if (text::starts_with(k, "window__") && v.get("position").truthy()) top_wins.emplace_back(k, v);
-  }
+  });
   if (screen_area == 0 || top_wins.size() < 2) return;
 
   Ctrls pages;
@@ -214,6 +214,12 @@ std::vector<std::pair<std::string, Value>>& _walk_ctrls(
     if (!top) _walk_ctrls(v, false, out);
   }
   return out;
+}
+
+size_t count_ctrls(const Value& d) {
+  size_t n = 0;
+  each_ctrl(d, false, [&n](const std::string&, const Value&) { ++n; });
+  return n;
 }
 
 std::vector<std::pair<std::string, Value>> _walk_ctrls(const Value& d, bool top) {

@@ -126,8 +126,11 @@ size_t hash_key(std::string_view key) { return std::hash<std::string_view>{}(key
 
 size_t Object::position(std::string_view key) const {
   if (slots_.empty()) {
-    for (size_t i = 0; i < items_.size(); ++i)
-      if (items_[i].first == key) return i;
+    // Size and first byte reject nearly every other key before a compare.
+    for (size_t i = 0; i < items_.size(); ++i) {
+      const std::string& k = items_[i].first;
+      if (k.size() == key.size() && (key.empty() || (k[0] == key[0] && k == key))) return i;
+    }
     return items_.size();
   }
   const size_t mask = slots_.size() - 1;

@@ -2,6 +2,7 @@
 // escapes, and reals in their shortest round-trip form.
 #include "pagefold/json.hpp"
 
+#include <array>
 #include <charconv>
 #include <cmath>
 #include <string>
@@ -62,13 +63,22 @@ namespace {
 
 // Escapes the characters that need it; everything else, multi-byte UTF-8
 // included, is copied in runs.
+// Bytes that a JSON string cannot hold as they are: control characters, the
+// quote and the backslash.
+constexpr std::array<bool, 256> kEscaped = [] {
+  std::array<bool, 256> t{};
+  for (int c = 0; c < 0x20; ++c) t[c] = true;
+  t['"'] = t['\\'] = true;
+  return t;
+}();
+
 void write_string(std::string& out, std::string_view s) {
   static const char* hex = "0123456789abcdef";
   out.push_back('"');
   size_t run = 0;  // start of the pending run of plain bytes
   for (size_t i = 0; i < s.size(); ++i) {
     const auto c = static_cast<unsigned char>(s[i]);
-    if (c >= 0x20 && c != '"' && c != '\\') continue;
+    if (!kEscaped[c]) continue;
     out.append(s.data() + run, i - run);
     run = i + 1;
     switch (c) {
