@@ -232,6 +232,10 @@ std::optional<std::string> style_prop(const OptStr& style, std::string_view key)
   return std::nullopt;
 }
 
+std::optional<std::string_view> style_value(std::string_view style, std::string_view key) {
+  return find_prop(style, key);
+}
+
 Value style_pos_in(std::string_view style) {
   Value pos = Value::object();
   for (const char* k : {"left", "top", "width", "height"}) {

@@ -45,6 +45,9 @@ const Attr* find_attr(const Attrs& attrs, std::string_view name);
 // The value of the first attribute named `name`, as a view into `attrs`;
 // empty when there is none or it has no value.
 std::string_view attr_view(const Attrs& attrs, std::string_view name);
+// Group 1 of the property pattern for `key` in `style`, as a view into it
+// (`style_prop` without the copy); `key` holds no pattern characters.
+std::optional<std::string_view> style_value(std::string_view style, std::string_view key);
 // `_style_pos` of a style string that is given (an absent one reads as "").
 Value style_pos_in(std::string_view style);
 std::set<std::string> _classes(const Attrs& attrs);
