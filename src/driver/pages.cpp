@@ -27,7 +27,7 @@ void find_screens(const Node& top, std::vector<const Node*>& screens,
   while (!todo.empty()) {
     auto [node, inside] = todo.back();
     todo.pop_back();
-    if (node->tag == "div" && _classes(node->attrs).count("screen")) {
+    if (node->tag == "div" && has_class(node->attrs, "screen")) {
       (inside ? nested : screens).push_back(node);
       inside = true;
     }

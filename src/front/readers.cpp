@@ -270,6 +270,18 @@ std::set<std::string> _classes(const Attrs& attrs) {
   return out;
 }
 
+bool has_class(const Attrs& attrs, std::string_view name) {
+  const std::string_view v = attr_view(attrs, "class");
+  size_t i = 0, len = 0;
+  while (i < v.size()) {
+    while (i < v.size() && text::is_space(code_point_at(v, i, len))) i += len;
+    const size_t start = i;
+    while (i < v.size() && !text::is_space(code_point_at(v, i, len))) i += len;
+    if (i > start && v.substr(start, i - start) == name) return true;
+  }
+  return false;
+}
+
 OptStr _glyph_from_attrs(const Attrs& attrs) {
   static const Regex icon_class(R"(^icon-(.+)$)");
   auto v = _attr(attrs, "data-icon");

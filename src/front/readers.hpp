@@ -51,6 +51,9 @@ std::optional<std::string_view> style_value(std::string_view style, std::string_
 // `_style_pos` of a style string that is given (an absent one reads as "").
 Value style_pos_in(std::string_view style);
 std::set<std::string> _classes(const Attrs& attrs);
+// Whether `name` is one of the classes: `_classes(attrs).count(name)`
+// without building the set.
+bool has_class(const Attrs& attrs, std::string_view name);
 OptStr _glyph_from_attrs(const Attrs& attrs);
 std::optional<Color> _color_int_rgba(std::optional<int64_t> cint,
                                      std::optional<Color> dflt = std::nullopt);

@@ -157,6 +157,18 @@ TEST(ParsePx, ScannerAgreesWithThePattern) {
   }
 }
 
+TEST(Attributes, HasClassAgreesWithTheClassSet) {
+  const OptStr values[] = {"screen",  " screen ",      "a screen b",    "screens",
+                           "xscreen", "a\u3000screen", "screen\u00a0x", "Screen",
+                           "",        "\t\nscreen\r",  nullopt};
+  for (const OptStr& v : values) {
+    const Attrs attrs = {{"id", "screen"}, {"CLASS", v}, {"class", "screen"}};
+    EXPECT_EQ(has_class(attrs, "screen"), _classes(attrs).count("screen") == 1)
+        << v.value_or("<absent>");
+  }
+  EXPECT_FALSE(has_class({}, "screen"));
+}
+
 TEST(Attributes, NamesCompareWithoutCaseAsciiOrNot) {
   const Attrs attrs = {{"data-fontsize", "1"}, {"data-é", "2"}, {"k", "3"}, {"data-x", "4"}};
   EXPECT_EQ(_attr(attrs, "data-fontSize"), "1");
