@@ -248,9 +248,26 @@ Value style_pos_in(std::string_view style) {
 
 Value _style_pos(const OptStr& style) { return style_pos_in(style ? *style : std::string_view()); }
 
+namespace {
+
+// Two ASCII letters or signs that cannot be equal whatever their case.
+bool ascii_apart(unsigned char x, unsigned char y) {
+  return ((x | y) & 0x80) == 0 && (x | 0x20) != (y | 0x20);
+}
+
+}  // namespace
+
 const Attr* find_attr(const Attrs& attrs, std::string_view name) {
-  for (const Attr& a : attrs)
-    if (same_name(a.name, name)) return &a;
+  for (const Attr& a : attrs) {
+    // Lower-casing maps an ASCII character to itself or its lower case, so
+    // an ASCII first or last character that differs settles the pair early
+    // (the readers ask for dozens of names per control).
+    const std::string& n = a.name;
+    if (!n.empty() && !name.empty() &&
+        (ascii_apart(n.front(), name.front()) || ascii_apart(n.back(), name.back())))
+      continue;
+    if (same_name(n, name)) return &a;
+  }
   return nullptr;
 }
 
