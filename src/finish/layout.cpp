@@ -66,7 +66,8 @@ bool narrow_char(char32_t c) {
 // em, punctuation a little more than a Latin letter.
 std::pair<int64_t, int64_t> min_size(const std::string& text, double fs, double alignment) {
   double units = 0;
-  for (char32_t c : text::to_u32(text)) {
+  for (size_t i = 0; i < text.size();) {
+    const char32_t c = text::decode_next(text, i);
     if (c > 0x2E7F) {
       units += 1.0;
     } else if (narrow_char(c)) {

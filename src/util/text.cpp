@@ -172,6 +172,8 @@ void append_utf8(std::string& out, char32_t c) {
   }
 }
 
+char32_t decode_next(std::string_view s, size_t& i) { return next(s, i); }
+
 std::u32string to_u32(std::string_view s) {
   std::u32string out;
   out.reserve(s.size());

@@ -11,6 +11,9 @@ namespace pagefold::text {
 
 // Decodes valid UTF-8 (callers validate input once at the door).
 std::u32string to_u32(std::string_view s);
+// The code point at byte `i` of `s`, advancing `i` past it (a broken sequence
+// reads as U+FFFD, one byte at a time, as in to_u32).
+char32_t decode_next(std::string_view s, size_t& i);
 std::string to_utf8(std::u32string_view s);
 std::string to_utf8(char32_t c);
 // Appends the UTF-8 encoding of `c` to `out`.
