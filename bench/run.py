@@ -56,11 +56,11 @@ GROWTH = [
 GROWTH_LIMIT = 2.2
 
 
-def run_once(args, html, out_dir):
+def run_once(args, html, out_dir, extra=()):
     """One whole-process conversion into `out_dir`, through the measuring
     helper: (wall s, cpu s, peak KB, exit status, stdout bytes)."""
     proc = subprocess.run(
-        [args.measure, args.pagefold, html, out_dir], capture_output=True, check=False
+        [args.measure, args.pagefold, html, out_dir, *extra], capture_output=True, check=False
     )
     err = proc.stderr.rstrip(b"\n")
     head, _, last = err.rpartition(b"\n")
@@ -107,11 +107,19 @@ def sample_paths():
 
 
 def digests(args, paths, work):
+    """Output sums of every prototype, and of the many-screen ones also as
+    merged windows."""
+    runs = [(name, path, ()) for name, path in paths.items()]
+    runs += [
+        (name + "_merged", path, ("--merge-windows",))
+        for name, path in paths.items()
+        if name.startswith("screens_")
+    ]
     out = {}
-    for name, path in paths.items():
+    for name, path, extra in runs:
         out_dir = os.path.join(work, "out-" + name)
         os.mkdir(out_dir)
-        *_, status, stdout = run_once(args, path, out_dir)
+        *_, status, stdout = run_once(args, path, out_dir, extra)
         if status != 0:
             raise SystemExit(f"{name}: pagefold exited with status {status}")
         out[name] = output_digest(out_dir, stdout)

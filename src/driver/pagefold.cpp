@@ -307,7 +307,9 @@ Finished convert_and_finish(const std::string& text, const std::optional<std::st
     return done;
   }
   // Finish every page before anything is written.
-  for (const Page& page : *cr.pages) _finalize_layout(page.second, warnings);
+  std::vector<Value> roots;
+  for (const Page& page : *cr.pages) roots.push_back(page.second);
+  _finalize_pages(roots, warnings);
   done.pages = std::move(*cr.pages);
   done.meta = cr.meta;
   done.gen_count = cr.gen_count;

@@ -36,6 +36,9 @@ size_t count_ctrls(const Value& d);
 
 // Grows text boxes to fit their text and reports covering full-screen windows.
 Value _finalize_layout(const Value& data, std::vector<std::string>& warnings);
+// `_finalize_layout` of every page root in order, with the same warnings;
+// the pass is not repeated on a root where it has settled (merged windows).
+void _finalize_pages(const std::vector<Value>& roots, std::vector<std::string>& warnings);
 
 // The slide windows of `d` (recursively into every control when `recursive`).
 std::vector<std::pair<std::string, Value>> _slidewindow_dicts(const Value& d,

@@ -117,7 +117,9 @@ Value parent_w(const Owners& owners, const std::string& key, const Value& rw) {
   return rw;
 }
 
-void fit_text(const Value& data, const Value& rw, std::vector<std::string>& warnings) {
+// Answers whether some box changed its size.
+bool fit_text(const Value& data, const Value& rw, std::vector<std::string>& warnings) {
+  bool changed = false;
   std::optional<Owners> owners;  // built when a first box wants to grow
   each_ctrl(data, false, [&](const std::string& key, const Value& val) {
     if (!text::starts_with(key, "textview__") && !text::starts_with(key, "button__")) return;
@@ -150,9 +152,12 @@ void fit_text(const Value& data, const Value& rw, std::vector<std::string>& warn
         nw = pw;
       }
     }
+    // A new size is a larger number; a kept one is the very same value.
+    if (!(nw == pw && nh == ph)) changed = true;
     pos["width"] = nw;
     pos["height"] = nh;
   });
+  return changed;
 }
 
 void covering_windows(const Value& data, const Value& res, const Value& rw,
@@ -229,12 +234,44 @@ std::vector<std::pair<std::string, Value>> _walk_ctrls(const Value& d, bool top)
   return out;
 }
 
-Value _finalize_layout(const Value& data, std::vector<std::string>& warnings) {
+namespace {
+
+// One pass of the layout finalisation; answers whether a box changed size.
+bool finalize_pass(const Value& data, std::vector<std::string>& warnings) {
   Value res = or_else(data.get("resolution"), Value::object());
   Value rw = res.contains("width") ? res.get("width") : Value(int64_t{0});
-  fit_text(data, rw, warnings);
+  const bool changed = fit_text(data, rw, warnings);
   covering_windows(data, res, rw, warnings);
+  return changed;
+}
+
+}  // namespace
+
+Value _finalize_layout(const Value& data, std::vector<std::string>& warnings) {
+  finalize_pass(data, warnings);
   return data;
+}
+
+void _finalize_pages(const std::vector<Value>& roots, std::vector<std::string>& warnings) {
+  // A pass reads nothing but the root, so once a pass on a root changed no
+  // size, every further pass on that root says the same: merged windows,
+  // whose pages share one root, need two passes, not one per page.
+  const Value* settled = nullptr;  // a root whose last pass changed nothing
+  size_t from = 0, to = 0;         // the warnings of that pass
+  for (const Value& root : roots) {
+    if (settled && root.same(*settled)) {
+      for (size_t i = from; i < to; ++i) {
+        std::string again = warnings[i];
+        warnings.push_back(std::move(again));
+      }
+      continue;
+    }
+    const size_t before = warnings.size();
+    const bool changed = finalize_pass(root, warnings);
+    settled = changed ? nullptr : &root;
+    from = before;
+    to = warnings.size();
+  }
 }
 
 }  // namespace pagefold

@@ -86,6 +86,49 @@ TEST(FinalizeLayout, EachGrowingBoxIsBoundByItsOwnWindow) {
   EXPECT_NE(warnings[2].find("超出容器(800px)"), std::string::npos);
 }
 
+// Merged windows: every page shares the root, and the pages' passes say what
+// one pass after another would say, grown boxes and repeated warnings alike.
+TEST(FinalizePages, OnePageAfterAnotherOnOneRoot) {
+  const std::string page = R"({"resolution": {"height": 480, "width": 800},
+    "window__1": {"position": {"height": 480, "left": 0, "top": 0, "width": 800},
+      "textview__2": {"text": "ab", "fontSize": 10, "position": {"height": 1, "left": 790, "top": 0, "width": 1}},
+      "textview__3": {"text": "ab", "fontSize": 10, "position": {"height": 1, "left": 0, "top": 0, "width": 1}}},
+    "window__4": {"position": {"height": 480, "left": 0, "top": 0, "width": 800}},
+    "textview__5": {"text": "abc", "fontSize": 12, "position": {"height": 20, "left": 0, "top": 0, "width": 1}}})";
+  // With `shared`, the first window's position is the position of a box
+  // that grows after the window's children were measured, so the second
+  // pass measures against a wider window than the first and warns
+  // differently.
+  auto make = [&](bool shared) {
+    Value root = J(page);
+    if (shared) root["window__1"]["position"] = root["textview__5"]["position"];
+    return root;
+  };
+  for (bool shared : {false, true}) {
+    for (size_t pages : {size_t{1}, size_t{2}, size_t{3}, size_t{5}}) {
+      Value expected = make(shared);
+      std::vector<std::string> want;
+      for (size_t i = 0; i < pages; ++i) _finalize_layout(expected, want);
+      Value root = make(shared);
+      std::vector<std::string> got = {"earlier"};
+      _finalize_pages(std::vector<Value>(pages, root), got);
+      EXPECT_JSON(root, expected);
+      want.insert(want.begin(), "earlier");
+      EXPECT_EQ(got, want) << pages << (shared ? " shared" : "");
+    }
+  }
+  std::vector<std::string> once, twice;
+  Value root = make(true);
+  _finalize_layout(root, once);
+  _finalize_layout(root, twice);
+  EXPECT_NE(once, twice);  // the case above really changes between passes
+  // Separate roots each get their own pass.
+  Value a = J(page), b = J(page);
+  std::vector<std::string> got;
+  _finalize_pages({a, b, a}, got);
+  EXPECT_EQ(got.size(), 6u);
+}
+
 TEST(FinalizeLayout, CoveringNeedsTwoPageSizedWindowsOverlappingMoreThanAThird) {
   // Windows 70% of the screen wide: (left of the second, warned).
   for (const auto& [left, warned] : {std::pair{300, false}, std::pair{144, true}}) {
