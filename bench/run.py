@@ -159,19 +159,22 @@ def fmt_target(name):
 
 def timing(args, work):
     paths = write_prototypes(work, "full")
-    paths.update(sample_paths())
+    runs = [(name, path, ()) for name, path in paths.items()]
+    # The many screens once more as merged windows: one root for all pages.
+    runs.append(("screens_50x100_merged", paths["screens_50x100"], ("--merge-windows",)))
+    runs += [(name, path, ()) for name, path in sample_paths().items()]
     if args.only:
         keep = set(args.only.split(","))
-        paths = {k: v for k, v in paths.items() if k in keep}
+        runs = [run for run in runs if run[0] in keep]
     results = {}
     failed = False
     print(f"{'prototype':24s} {'input':>9s} {'wall ms':>9s} {'cpu ms':>9s} {'peak MB':>8s}  target")
-    for name, path in paths.items():
+    for name, path, extra in runs:
         walls, cpus, peak = [], [], 0
         for r in range(args.runs):
             out_dir = os.path.join(work, f"out-{name}-{r}")
             os.mkdir(out_dir)
-            wall, cpu, rss, status, _ = run_once(args, path, out_dir)
+            wall, cpu, rss, status, _ = run_once(args, path, out_dir, extra)
             shutil.rmtree(out_dir)
             if status != 0:
                 failed = True
