@@ -408,7 +408,8 @@ std::optional<int64_t> _style_len_ref(const OptStr& style, std::string_view key,
   return checked::round_even(*v);
 }
 
-std::optional<int64_t> _color_explicit(const Attrs& attrs, const std::vector<std::string>& names,
+std::optional<int64_t> _color_explicit(const Attrs& attrs,
+                                       std::initializer_list<std::string_view> names,
                                        std::optional<int64_t> dflt) {
   for (const auto& n : names) {
     auto raw = _attr(attrs, n);

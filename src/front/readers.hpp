@@ -60,7 +60,8 @@ std::optional<Color> _color_int_rgba(std::optional<int64_t> cint,
 std::optional<Color> _css_color(const OptStr& s);
 std::optional<int64_t> _style_len(const OptStr& style, std::string_view key);
 std::optional<int64_t> _style_len_ref(const OptStr& style, std::string_view key, double ref);
-std::optional<int64_t> _color_explicit(const Attrs& attrs, const std::vector<std::string>& names,
+std::optional<int64_t> _color_explicit(const Attrs& attrs,
+                                       std::initializer_list<std::string_view> names,
                                        std::optional<int64_t> dflt);
 std::optional<bool> _bool_attr(const Attrs& attrs, std::string_view name);
 

@@ -393,6 +393,12 @@ bool ends_with(std::string_view s, std::string_view p) {
 
 bool contains(std::string_view s, std::string_view p) { return s.find(p) != std::string::npos; }
 
+bool contains_any(std::string_view s, std::initializer_list<std::string_view> ps) {
+  for (std::string_view p : ps)
+    if (s.find(p) != std::string_view::npos) return true;
+  return false;
+}
+
 std::string replace_all(std::string_view s, std::string_view from, std::string_view to) {
   std::string out;
   if (from.empty()) {

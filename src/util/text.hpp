@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <initializer_list>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -55,6 +56,8 @@ std::string ascii_lower(std::string_view s);
 bool starts_with(std::string_view s, std::string_view p);
 bool ends_with(std::string_view s, std::string_view p);
 bool contains(std::string_view s, std::string_view p);
+// Whether any of `ps` occurs in `s`.
+bool contains_any(std::string_view s, std::initializer_list<std::string_view> ps);
 std::string replace_all(std::string_view s, std::string_view from, std::string_view to);
 
 // Decimal value of a Unicode decimal digit (category Nd), or -1.
