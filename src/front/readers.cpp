@@ -300,15 +300,16 @@ bool has_class(const Attrs& attrs, std::string_view name) {
 }
 
 OptStr _glyph_from_attrs(const Attrs& attrs) {
-  static const Regex icon_class(R"(^icon-(.+)$)");
   auto v = _attr(attrs, "data-icon");
   if (truthy(v)) {
     std::string s = text::strip(*v);
     if (!s.empty()) return s;
   }
   // With two icon- classes the set order decides: the first by code point.
+  // The class pattern "^icon-(.+)$": classes hold no line break, so any
+  // class longer than "icon-" that starts with it names the glyph.
   for (const auto& c : _classes(attrs))
-    if (auto m = icon_class.match(c)) return m->str(1);
+    if (c.size() > 5 && text::starts_with(c, "icon-")) return c.substr(5);
   return std::nullopt;
 }
 
