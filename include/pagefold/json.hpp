@@ -120,6 +120,8 @@ class Object {
   void setdefault(std::string_view key, Value v);
   // Room for `n` items without reallocation.
   void reserve(size_t n) { items_.reserve(n); }
+  // Gives back the room for items not used (the index is kept).
+  void shrink_to_fit() { items_.shrink_to_fit(); }
 
   size_t size() const { return items_.size(); }
   bool empty() const { return items_.empty(); }

@@ -13,6 +13,5 @@ int main(int argc, char** argv) {
   mallopt(M_ARENA_MAX, 1);
   mallopt(M_TOP_PAD, 16 << 20);
   mallopt(M_TRIM_THRESHOLD, 256 << 20);
-  mallopt(M_MMAP_THRESHOLD, 256 << 20);
   return pagefold::run_cli(argc, argv, std::cout, std::cerr);
 }

@@ -101,6 +101,9 @@ std::string Ctx::add(const std::string& typ, Value ctrl) {
 }
 
 std::string Ctx::store(const std::string& typ, Value ctrl) {
+  // A record is (nearly) complete when it enters its parent: the room its
+  // vector grew into is given back, as a page holds thousands of records.
+  if (ctrl.is_object()) ctrl.as_object().shrink_to_fit();
   std::string k = key(typ);
   if (!stack.empty()) {
     stack.back()[k] = std::move(ctrl);
