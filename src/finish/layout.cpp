@@ -123,12 +123,21 @@ bool fit_text(const Value& data, const Value& rw, std::vector<std::string>& warn
   std::optional<Owners> owners;  // built when a first box wants to grow
   each_ctrl(data, false, [&](const std::string& key, const Value& val) {
     if (!text::starts_with(key, "textview__") && !text::starts_with(key, "button__")) return;
-    std::string txt = val.contains("text") ? value_str(val.get("text")) : std::string();
-    Value fs = or_else(val.get("fontSize"), Value(int64_t{0}));
-    Value pos = or_else(val.get("position"), Value::object());
-    if (txt.empty() || !fs.truthy() || !pos.get("width").truthy() || !pos.get("height").truthy()) {
-      return;
-    }
+    // Boxes without text, font size or a size of their own are left alone;
+    // those are most controls, so they are told apart without copies.
+    const Object& rec = val.as_object();
+    const Value* tv = rec.find("text");
+    const Value* fv = rec.find("fontSize");
+    const Value* pv = rec.find("position");
+    if (!tv || !fv || !fv->truthy() || !pv || !pv->is_object()) return;
+    if (tv->is_string() && tv->as_string().empty()) return;
+    const Value* pwv = pv->as_object().find("width");
+    const Value* phv = pv->as_object().find("height");
+    if (!pwv || !pwv->truthy() || !phv || !phv->truthy()) return;
+    const std::string txt = value_str(*tv);
+    const Value fs = *fv;
+    const Value pos = *pv;
+    if (txt.empty()) return;
     Value al = val.contains("alignment") ? val.get("alignment") : Value(int64_t{0});
     const double alignment = al.is_number() ? al.as_number() : -1;
     auto [mw, mh] = min_size(txt, number(fs), alignment);
