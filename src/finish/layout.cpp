@@ -82,37 +82,11 @@ std::pair<int64_t, int64_t> min_size(const std::string& text, double fs, double 
   return {w, h};
 }
 
-// For every control key of the page, the record of the nearest "window__"
-// control around its first occurrence (null at the top of the page). Built
-// once per page: looking each text box up with a search of the whole page
-// would cost the square of the page's size.
-class Owners {
- public:
-  explicit Owners(const Value& data) { visit(data, Value()); }
-
-  Value of(const std::string& key) const {
-    auto it = owner_.find(key);
-    return it == owner_.end() ? Value() : it->second;
-  }
-
- private:
-  // The search order of a depth-first walk: a key counts where it is first
-  // met, and only maps under keys with "__" are entered.
-  void visit(const Value& d, const Value& owner) {
-    for (const auto& [k, v] : d.as_object()) {
-      if (!v.is_object()) continue;
-      owner_.emplace(k, owner);
-      if (text::contains(k, "__")) visit(v, text::starts_with(k, "window__") ? v : owner);
-    }
-  }
-
-  std::unordered_map<std::string, Value> owner_;
-};
-
-Value parent_w(const Owners& owners, const std::string& key, const Value& rw) {
-  Value owner = owners.of(key);
-  if (!owner.is_null() && owner.get("position").truthy()) {
-    return or_else(owner.get("position").get("width"), rw);
+// The width that binds a box whose nearest enclosing "window__" record is
+// `owner` (null at the top of the page): the window's width, or the page's.
+Value parent_w(const Value* owner, const Value& rw) {
+  if (owner && owner->get("position").truthy()) {
+    return or_else(owner->get("position").get("width"), rw);
   }
   return rw;
 }
@@ -120,8 +94,13 @@ Value parent_w(const Owners& owners, const std::string& key, const Value& rw) {
 // Answers whether some box changed its size.
 bool fit_text(const Value& data, const Value& rw, std::vector<std::string>& warnings) {
   bool changed = false;
-  std::optional<Owners> owners;  // built when a first box wants to grow
-  each_ctrl(data, false, [&](const std::string& key, const Value& val) {
+  // The window around each control key where the key is first met, found on
+  // the way: the walk below meets the keys in the order of a search of the
+  // page, and a box is measured against the window around the key's first
+  // occurrence. (A search per box would cost the square of the page.) The
+  // views point into the page's maps, which the fit changes in value only.
+  std::unordered_map<std::string_view, const Value*> first_owner;
+  auto fit_one = [&](const std::string& key, const Value& val) {
     if (!text::starts_with(key, "textview__") && !text::starts_with(key, "button__")) return;
     // Boxes without text, font size or a size of their own are left alone;
     // those are most controls, so they are told apart without copies.
@@ -147,8 +126,7 @@ bool fit_text(const Value& data, const Value& rw, std::vector<std::string>& warn
     if (number(ph) < mh) nh = mh;
     if (nw == pw && nh == ph) return;
     if (number(nw) > number(pw)) {
-      if (!owners) owners.emplace(data);
-      Value cw = parent_w(*owners, key, rw);
+      Value cw = parent_w(first_owner.at(key), rw);
       Value left = pos.contains("left") ? pos.get("left") : Value(int64_t{0});
       if (number(left) + number(nw) > number(cw)) {
         // Growing to the right would leave the container: keep the width and
@@ -165,7 +143,18 @@ bool fit_text(const Value& data, const Value& rw, std::vector<std::string>& warn
     if (!(nw == pw && nh == ph)) changed = true;
     pos["width"] = nw;
     pos["height"] = nh;
-  });
+  };
+  // The control records in the order of `_walk_ctrls`, with the window
+  // around each.
+  auto walk = [&](auto& self, const Value& d, const Value* owner) -> void {
+    for (const auto& [k, v] : d.as_object()) {
+      if (!v.is_object() || k.find("__") == std::string::npos) continue;
+      first_owner.emplace(k, owner);
+      fit_one(k, v);
+      self(self, v, text::starts_with(k, "window__") ? &v : owner);
+    }
+  };
+  walk(walk, data, nullptr);
   return changed;
 }
 
