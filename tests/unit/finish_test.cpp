@@ -129,6 +129,24 @@ TEST(FinalizePages, OnePageAfterAnotherOnOneRoot) {
   EXPECT_EQ(got.size(), 6u);
 }
 
+// A record met twice (one record in two windows) is bound where its key is
+// first met, both times.
+TEST(FinalizeLayout, ARecordMetTwiceIsBoundByTheWindowOfItsFirstPlace) {
+  Value data = J(R"({"resolution": {"height": 480, "width": 800},
+    "window__1": {"position": {"height": 100, "left": 0, "top": 0, "width": 60}},
+    "window__3": {"position": {"height": 100, "left": 0, "top": 0, "width": 800}}})");
+  const Value box = J(
+      R"({"text": "ab", "fontSize": 10, "position": {"height": 20, "left": 40, "top": 0, "width": 1}})");
+  data["window__1"]["textview__9"] = box;
+  data["window__3"]["textview__9"] = box;
+  std::vector<std::string> warnings;
+  _finalize_layout(data, warnings);
+  ASSERT_EQ(warnings.size(), 2u);
+  EXPECT_EQ(warnings[0], warnings[1]);
+  EXPECT_NE(warnings[1].find("超出容器(60px)"), std::string::npos) << warnings[1];
+  EXPECT_EQ(box.get("position").get("width"), Value(1));
+}
+
 TEST(FinalizeLayout, CoveringNeedsTwoPageSizedWindowsOverlappingMoreThanAThird) {
   // Windows 70% of the screen wide: (left of the second, warned).
   for (const auto& [left, warned] : {std::pair{300, false}, std::pair{144, true}}) {
