@@ -80,7 +80,10 @@ void write_png(const std::string& path, int w, int h, uint32_t rgba) {
 // ---------------------------------------------------------------- modules
 
 std::pair<Value, Value> FakeUiEmit::fill_required(const std::string& typ, Value ctrl) {
-  seen.push_back(typ);
+  {
+    std::lock_guard<std::mutex> lock(seen_mu_);
+    seen.push_back(typ);
+  }
   ctrl["emitted"] = true;
   Value missing = Value::array();
   if (std::find(unfilled.begin(), unfilled.end(), typ) != unfilled.end())
@@ -105,9 +108,14 @@ std::string size_text(int64_t w, int64_t h) { return std::to_string(w) + "x" + s
 
 }  // namespace
 
+void FakeGenRes::record(std::string call) {
+  std::lock_guard<std::mutex> lock(calls_mu_);
+  calls.push_back(std::move(call));
+}
+
 std::string FakeGenRes::touch(const std::string& fn, const std::string& d, const std::string& name,
                               int64_t w, int64_t h) {
-  calls.push_back(fn + " " + name);
+  record(fn + " " + name);
   maybe_fail(failing, fn);
   // Like the real module, which makes its directory on first use.
   fs::create_directories(d);
@@ -129,14 +137,14 @@ std::string FakeGenRes::gen_shadow_card(const std::string& d, const std::string&
 }
 
 Image FakeGenRes::ss_shape_mask(int64_t w, int64_t h, int64_t, int64_t) {
-  calls.push_back("ss_shape_mask " + size_text(w, h));
+  record("ss_shape_mask " + size_text(w, h));
   maybe_fail(failing, "ss_shape_mask");
   return filled(w, h, 1, {255});
 }
 
 Image FakeGenRes::coverage_mask(int64_t w, int64_t h, double,
                                 const std::optional<std::vector<int64_t>>& rect) {
-  calls.push_back("coverage_mask " + size_text(w, h));
+  record("coverage_mask " + size_text(w, h));
   maybe_fail(failing, "coverage_mask");
   Image img = filled(w, h, 1, {255});
   if (rect && rect->size() == 4) {
@@ -149,7 +157,7 @@ Image FakeGenRes::coverage_mask(int64_t w, int64_t h, double,
 }
 
 Image FakeGenRes::rounded_rect_cov(int64_t w, int64_t h, double, const Color& fill) {
-  calls.push_back("rounded_rect_cov " + size_text(w, h));
+  record("rounded_rect_cov " + size_text(w, h));
   maybe_fail(failing, "rounded_rect_cov");
   return filled(
       w, h, 4,
@@ -196,7 +204,7 @@ std::string FakeGenRes::frames_loading_gif(const std::string& d, const std::stri
 
 void FakeGenRes::frames_loading(const std::string& d, const std::string& base, int64_t size,
                                 const std::optional<Color>&, int64_t n) {
-  calls.push_back("frames_loading " + base);
+  record("frames_loading " + base);
   maybe_fail(failing, "frames_loading");
   for (int64_t i = 0; i < n; ++i)
     write_png((fs::path(d) / (base + "_" + std::to_string(i) + ".png")).string(), int(size),

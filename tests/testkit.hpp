@@ -4,6 +4,7 @@
 
 #include <filesystem>
 #include <memory>
+#include <mutex>
 #include <optional>
 #include <string>
 #include <vector>
@@ -40,6 +41,9 @@ class FakeUiEmit : public UiEmit {
   std::vector<std::string> unfilled;
   std::vector<std::string> seen;  // types in call order
   std::pair<Value, Value> fill_required(const std::string& typ, Value ctrl) override;
+
+ private:
+  std::mutex seen_mu_;  // conversions on two threads may share one stand-in
 };
 
 // A gen_res stand-in that writes small, valid PNG files (solid colour of the
@@ -78,8 +82,11 @@ class FakeGenRes : public GenRes {
                       const std::optional<Color>& color, int64_t n) override;
 
  private:
+  // Conversions on two threads may share one stand-in.
+  void record(std::string call);
   std::string touch(const std::string& fn, const std::string& d, const std::string& name, int64_t w,
                     int64_t h);
+  std::mutex calls_mu_;
 };
 
 // Writes a PNG of `w` by `h` pixels of one colour.

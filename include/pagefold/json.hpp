@@ -97,12 +97,16 @@ class Value {
       v_;
 };
 
-// Insertion-ordered string map. Records are small (a few dozen keys at most
-// outside page roots), so a flat vector with a linear search is the fastest
-// structure here and keeps order for free.
+// Insertion-ordered string map. Records are small (a few dozen keys), and a
+// flat vector with a linear search is the fastest structure for them and keeps
+// order for free. Page roots and big containers can hold tens of thousands of
+// controls, so from `kIndexFrom` keys on the map also keeps a hash index of
+// item positions (open addressing, positions only, so it survives the
+// vector's reallocation); the order is still the vector's.
 class Object {
  public:
   using Item = std::pair<std::string, Value>;
+  static constexpr size_t kIndexFrom = 24;
 
   Value* find(std::string_view key);
   const Value* find(std::string_view key) const;
@@ -115,9 +119,14 @@ class Object {
   bool erase(std::string_view key);
   // Sets `key` only when it is missing; an existing value is kept.
   void setdefault(std::string_view key, Value v);
+  // Room for `n` items without reallocation.
+  void reserve(size_t n) { items_.reserve(n); }
+  // Gives back the room for items not used (the index is kept).
+  void shrink_to_fit() { items_.shrink_to_fit(); }
 
   size_t size() const { return items_.size(); }
   bool empty() const { return items_.empty(); }
+  // Keys are not to be changed through these iterators: the index holds them.
   std::vector<Item>::iterator begin() { return items_.begin(); }
   std::vector<Item>::iterator end() { return items_.end(); }
   std::vector<Item>::const_iterator begin() const { return items_.begin(); }
@@ -125,7 +134,15 @@ class Object {
   const std::vector<Item>& items() const { return items_; }
 
  private:
+  size_t position(std::string_view key) const;  // items_.size() when missing
+  Value& append(std::string_view key, Value v);
+  void index_last();
+  void rebuild_index();
+
   std::vector<Item> items_;
+  // Empty below kIndexFrom keys; else a power-of-two table of item position
+  // + 1, 0 marking a free slot, at most half full.
+  std::vector<uint32_t> slots_;
 };
 
 // A map or list copied all the way down; scalars as they are.

@@ -13,7 +13,6 @@
 #include "front/readers.hpp"
 #include "util/num.hpp"
 #include "util/record_values.hpp"
-#include "util/regex.hpp"
 #include "util/text.hpp"
 
 namespace pagefold {
@@ -70,8 +69,8 @@ std::optional<RadDecision> Assets::_rad_button_of(Ctx& ctx, const Node& node, co
   if (r <= 0) return std::nullopt;
 
   // A control with a picture or an effect has no solid fill.
-  static const Regex effect_re("linear-gradient|radial-gradient|box-shadow");
-  if (effect_re.search(style)) return std::nullopt;
+  if (text::contains_any(style, {"linear-gradient", "radial-gradient", "box-shadow"}))
+    return std::nullopt;
   for (const char* a : {"data-pic", "data-pic0", "data-bgpic", "data-background-pic"})
     if (truthy(_attr(attrs, a))) return std::nullopt;
   if (truthy(_glyph_from_attrs(attrs))) return std::nullopt;

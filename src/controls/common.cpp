@@ -20,32 +20,56 @@ Value add_numbers(const Value& a, const Value& b) {
   return Value(a.as_number() + b.as_number());
 }
 
-std::string style_of(const Attrs& attrs) { return _attr(attrs, "style").value_or(""); }
-
 const char* const POS_KEYS[] = {"height", "left", "top", "width"};
 const int64_t POS_DEFAULTS[] = {40, 0, 0, 100};
 
 }  // namespace
 
 std::string Controls::_caption(Ctx& ctx, const std::string& typ, const Attrs& attrs) {
-  const OptStr raw = _attr(attrs, "data-caption");
-  if (!raw || raw->empty()) return ctx.name(typ);
-  static const Regex not_ident(R"([^A-Za-z0-9_])");
-  static const Regex ident_start(R"(^[A-Za-z_])");
-  std::string cap = not_ident.sub("_", *raw);
-  if (ident_start.search(cap)) return cap;
-  return "_" + cap;
+  const Attr* a = find_attr(attrs, "data-caption");
+  if (!a || !a->value || a->value->empty()) return ctx.name(typ);
+  // Every character that is no ASCII letter, digit or "_" becomes one "_"
+  // (a character of several bytes too); a name must not start with a digit.
+  std::string cap;
+  cap.reserve(a->value->size() + 1);
+  for (const char ch : *a->value) {
+    const auto b = static_cast<unsigned char>(ch);
+    if ((b & 0xC0) == 0x80) continue;  // inside a multi-byte character
+    const bool ident =
+        (b >= 'A' && b <= 'Z') || (b >= 'a' && b <= 'z') || (b >= '0' && b <= '9') || b == '_';
+    cap.push_back(ident ? ch : '_');
+  }
+  if (cap.empty() || (cap[0] >= '0' && cap[0] <= '9')) return "_" + cap;
+  return cap;
 }
 
 Value Controls::_pos(Ctx& ctx, const Attrs& attrs) const {
-  Value pos = _style_pos(style_of(attrs));
-  // Any usable alias overrides the style; the first usable one wins.
-  for (const auto& [key, suffixes] : POS_ALIAS) {
-    for (const std::string& suffix : suffixes) {
-      const OptStr v = nonempty_attr(attrs, "data-" + suffix);
+  // left, top, width, height as read so far.
+  static constexpr std::string_view kNames[4] = {"left", "top", "width", "height"};
+  std::optional<Value> at[4];
+  const std::string_view style = attr_view(attrs, "style");
+  for (int k = 0; k < 4; ++k) {
+    if (auto raw = style_value(style, kNames[k])) {
+      if (auto px = parse_px(std::string(*raw))) at[k] = Value(*px);
+    }
+  }
+  // Any usable alias overrides the style; the first usable one wins. The
+  // attribute names of the aliases, made once, by the slot they fill.
+  static const auto aliases = [] {
+    std::vector<std::pair<int, std::vector<std::string>>> out;
+    for (const auto& [key, suffixes] : POS_ALIAS) {
+      const int k = static_cast<int>(std::find(kNames, kNames + 4, key) - kNames);
+      out.emplace_back(k, std::vector<std::string>());
+      for (const std::string& suffix : suffixes) out.back().second.push_back("data-" + suffix);
+    }
+    return out;
+  }();
+  for (const auto& [k, names] : aliases) {
+    for (const std::string& name : names) {
+      const OptStr v = nonempty_attr(attrs, name);
       if (!v) continue;
       if (auto px = parse_px(v)) {
-        pos[key] = Value(*px);
+        at[k] = Value(*px);
         break;
       }
     }
@@ -57,15 +81,15 @@ Value Controls::_pos(Ctx& ctx, const Attrs& attrs) const {
     if (!it->is_object() || it->get("__listview").truthy()) break;
     const Value pad = it->get("__pad");
     if (!pad.truthy()) continue;
-    for (const char* k : {"left", "top"}) {
-      const Value cur = pos.contains(k) ? pos.get(k) : Value(int64_t{0});
-      pos[k] = add_numbers(cur, pad);
-    }
+    for (int k : {0, 1}) at[k] = add_numbers(at[k] ? *at[k] : Value(int64_t{0}), pad);
   }
+  // The record's order: height, left, top, width.
   Value out = Value::object();
+  Object& o = out.as_object();
+  o.reserve(4);
   for (int i = 0; i < 4; ++i) {
-    const Value v = pos.get(POS_KEYS[i]);
-    out[POS_KEYS[i]] = pos.contains(POS_KEYS[i]) ? v : Value(POS_DEFAULTS[i]);
+    const int k = static_cast<int>(std::find(kNames, kNames + 4, POS_KEYS[i]) - kNames);
+    o.set(POS_KEYS[i], at[k] ? *at[k] : Value(POS_DEFAULTS[i]));
   }
   return out;
 }

@@ -11,7 +11,7 @@
 #include "front/readers.hpp"
 #include "util/num.hpp"
 #include "util/record_values.hpp"
-#include "util/regex.hpp"
+#include "util/text.hpp"
 
 namespace pagefold {
 namespace {}  // namespace
@@ -46,9 +46,8 @@ void Controls::_open_window(Ctx& ctx, const Node& node, bool modal) {
   // A rounded box is drawn as a stretchable picture unless the author gives
   // one or a gradient or shadow picture will take its place.
   const OptStr pic_ahead = first_nonempty(attrs, {"data-pic", "data-bgpic"});
-  static const Regex drawn_elsewhere("linear-gradient|box-shadow");
   const std::string style = _attr(attrs, "style").value_or("");
-  if (!pic_ahead && !drawn_elsewhere.search(style)) {
+  if (!pic_ahead && !text::contains_any(style, {"linear-gradient", "box-shadow"})) {
     auto [pic9, info9] = assets_._radbox_9pic(ctx, node, pos, cap, "window");
     if (pic9 && !pic9->empty()) {
       c["backgroundPic"] = Value(*pic9);

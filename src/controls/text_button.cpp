@@ -13,7 +13,7 @@
 #include "front/readers.hpp"
 #include "front/text_clean.hpp"
 #include "pagefold/error.hpp"
-#include "util/regex.hpp"
+#include "util/text.hpp"
 
 namespace pagefold {
 
@@ -163,9 +163,9 @@ Value Controls::_leaf_textview(Ctx& ctx, const Node& node, Leaf& leaf) {
 
   // A rounded solid box becomes a nine-patch picture. The corner colour then
   // comes from the ancestors, not from the box's own colour.
-  static const Regex drawn_effects("linear-gradient|radial-gradient|box-shadow");
   const std::string style = attr_or_empty(attrs, "style");
-  if (attr_or_empty(attrs, "data-bgpic").empty() && !drawn_effects.search(style)) {
+  if (attr_or_empty(attrs, "data-bgpic").empty() &&
+      !text::contains_any(style, {"linear-gradient", "radial-gradient", "box-shadow"})) {
     auto [pic, info] = assets_._radbox_9pic(ctx, node, leaf.pos, leaf.cap, "textview");
     if (truthy(pic)) {
       o.set("backgroundPic", *pic);

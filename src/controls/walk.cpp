@@ -1,8 +1,12 @@
 // Control detection and the tree walk: what each element of a page becomes,
 // and which container opener, special child or leaf builder handles it.
 #include <algorithm>
+#include <bit>
+#include <cstdint>
 #include <set>
+#include <stdexcept>
 #include <string>
+#include <unordered_map>
 #include <vector>
 
 #include "controls/controls.hpp"
@@ -13,9 +17,30 @@
 namespace pagefold {
 namespace {
 
-bool has_any(const std::set<std::string>& classes, const std::vector<std::string>& names) {
-  return std::any_of(names.begin(), names.end(),
-                     [&](const std::string& n) { return classes.count(n) > 0; });
+// The rows of CLASS_MAP that name any of `classes`, one bit per row in table
+// order: the lowest bit set is the first row that matches. Made from a table
+// of class names built once, so that detection costs one look-up per class.
+uint64_t class_rows(const std::set<std::string>& classes) {
+  static const std::unordered_map<std::string, uint64_t> rows = [] {
+    if (CLASS_MAP.size() > 64) throw std::logic_error("CLASS_MAP has more rows than bits");
+    std::unordered_map<std::string, uint64_t> out;
+    for (size_t r = 0; r < CLASS_MAP.size(); ++r)
+      for (const std::string& name : CLASS_MAP[r].second) out[name] |= uint64_t{1} << r;
+    return out;
+  }();
+  uint64_t found = 0;
+  for (const std::string& c : classes) {
+    auto it = rows.find(c);
+    if (it != rows.end()) found |= it->second;
+  }
+  return found;
+}
+
+// The bit of the row of type word `typ`.
+uint64_t row_bit(std::string_view typ) {
+  for (size_t r = 0; r < CLASS_MAP.size(); ++r)
+    if (CLASS_MAP[r].first == typ) return uint64_t{1} << r;
+  return 0;
 }
 
 bool has_any_ctrl_class(const std::set<std::string>& classes) {
@@ -75,21 +100,24 @@ Controls::Controls(std::optional<std::string> res, std::optional<int64_t> page_b
 
 std::string _detect_type(const std::string& tag, const std::set<std::string>& classes,
                          const Attrs* attrs) {
-  const bool is_btn = has_any(classes, class_row("button")) || tag == "button";
-  const bool is_icon = has_any(classes, class_row("icon")) ||
-                       std::any_of(classes.begin(), classes.end(), [](const std::string& c) {
-                         return text::starts_with(c, "icon-");
-                       });
+  static const uint64_t button_row = row_bit("button"), icon_row = row_bit("icon");
+  const uint64_t rows = class_rows(classes);
+  const bool is_btn = (rows & button_row) || tag == "button";
+  const bool is_icon =
+      (rows & icon_row) || std::any_of(classes.begin(), classes.end(), [](const std::string& c) {
+        return text::starts_with(c, "icon-");
+      });
 
   // An element with a font glyph is a glyph button or icon, even when a
-  // class earlier in the table would say otherwise.
-  if (attrs && _glyph_from_attrs(*attrs).value_or("") != "") {
+  // class earlier in the table would say otherwise. (The glyph is looked for
+  // only where it can decide.)
+  if ((is_btn || is_icon) && attrs && _glyph_from_attrs(*attrs).value_or("") != "") {
     if (is_btn) return "button";
     if (is_icon) return "icon";
   }
 
-  for (const auto& [typ, names] : CLASS_MAP)
-    if (has_any(classes, names)) return typ;
+  // The first row of the table that names one of the classes.
+  if (rows) return CLASS_MAP[static_cast<size_t>(std::countr_zero(rows))].first;
 
   if (tag == "button") return "button";
   if (tag == "input") {
@@ -112,13 +140,15 @@ void Controls::_walk(Ctx& ctx, const Node& node) {
 
   // Modal and plain windows look at the classes directly, ahead of the type
   // and of any container marker.
-  if (tag == "div" && has_any(classes, class_row("modal"))) {
+  static const uint64_t modal_row = row_bit("modal"), window_row = row_bit("window");
+  const uint64_t rows = tag == "div" ? class_rows(classes) : 0;
+  if (rows & modal_row) {
     _open_window(ctx, node, true);
     walk_children(*this, ctx, node);
     ctx.stack.pop_back();
     return;
   }
-  if (tag == "div" && has_any(classes, class_row("window"))) {
+  if (rows & window_row) {
     _open_window(ctx, node, false);
     walk_children(*this, ctx, node);
     ctx.stack.pop_back();

@@ -97,13 +97,15 @@ std::string decode_text(const std::string& raw, const std::string& origin) {
   size_t start = raw.compare(0, 3, "\xEF\xBB\xBF") == 0 ? 3 : 0;
   std::string out;
   out.reserve(raw.size() - start);
-  for (size_t i = start; i < raw.size(); ++i) {
-    if (raw[i] == '\r') {
-      out += '\n';
-      if (i + 1 < raw.size() && raw[i + 1] == '\n') ++i;
-    } else {
-      out += raw[i];
-    }
+  // Copied in runs between carriage returns.
+  for (size_t i = start; i < raw.size();) {
+    size_t cr = raw.find('\r', i);
+    if (cr == std::string::npos) cr = raw.size();
+    out.append(raw, i, cr - i);
+    if (cr == raw.size()) break;
+    out += '\n';
+    i = cr + 1;
+    if (i < raw.size() && raw[i] == '\n') ++i;
   }
   return out;
 }
@@ -111,7 +113,9 @@ std::string decode_text(const std::string& raw, const std::string& origin) {
 std::string read_text(const std::string& path) {
   std::ifstream in(path, std::ios::binary);
   if (!in) throw os_failure(errno ? errno : EIO, path);
-  std::string raw((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+  std::string raw;
+  char block[1 << 16];
+  while (in.read(block, sizeof block) || in.gcount() > 0) raw.append(block, in.gcount());
   if (in.bad()) throw os_failure(EIO, path);
   return decode_text(raw, path);
 }
@@ -174,7 +178,7 @@ FirstPageCounts first_page_counts(const Value& data) {
       if (text::contains(k, "__")) ++c.top;
     }
   }
-  c.controls = static_cast<int64_t>(_walk_ctrls(data).size());
+  c.controls = static_cast<int64_t>(count_ctrls(data));
   return c;
 }
 
@@ -351,7 +355,9 @@ Finished convert_and_finish(std::string text, const std::optional<std::string>& 
     done.json_paths = std::move(stager->json_paths);
   } else {
     // Finish every page before anything is written.
-    for (const Page& page : done.pages) _finalize_layout(page.second, warnings);
+    std::vector<Value> roots;
+    for (const Page& page : done.pages) roots.push_back(page.second);
+    _finalize_pages(roots, warnings);
     done.first =
         first_page_counts(done.pages.empty() ? Value::object() : done.pages.front().second);
     if (files) {

@@ -1,5 +1,6 @@
 // Pages of a document: finding them, naming them, converting one of them,
 // and removing internal marker keys from finished JSON.
+#include <algorithm>
 #include <string>
 #include <utility>
 #include <vector>
@@ -27,7 +28,7 @@ void find_screens(const Node& top, std::vector<const Node*>& screens,
   while (!todo.empty()) {
     auto [node, inside] = todo.back();
     todo.pop_back();
-    if (node->tag == "div" && _classes(node->attrs).count("screen")) {
+    if (node->tag == "div" && has_class(node->attrs, "screen")) {
       (inside ? nested : screens).push_back(node);
       inside = true;
     }
@@ -80,11 +81,15 @@ std::string PageFold::_nest_label(const Node& node, int64_t k) {
 
 void PageFold::_strip_markers(const Value& d) {
   Object& obj = d.as_object();
-  std::vector<std::string> markers;
-  for (const auto& [k, v] : obj) {
-    if (text::starts_with(k, "__")) markers.push_back(k);
+  auto is_marker = [](const std::string& k) { return k.size() >= 2 && k[0] == '_' && k[1] == '_'; };
+  // Most maps hold no marker: they are only looked through.
+  if (std::any_of(obj.begin(), obj.end(), [&](const auto& it) { return is_marker(it.first); })) {
+    std::vector<std::string> markers;
+    for (const auto& [k, v] : obj) {
+      if (is_marker(k)) markers.push_back(k);
+    }
+    for (const std::string& k : markers) obj.erase(k);
   }
-  for (const std::string& k : markers) obj.erase(k);
   for (const auto& [k, v] : obj) {
     if (v.is_object()) {
       _strip_markers(v);

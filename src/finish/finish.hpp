@@ -19,8 +19,26 @@ std::vector<std::pair<std::string, Value>> _walk_ctrls(const Value& d, bool top 
 std::vector<std::pair<std::string, Value>>& _walk_ctrls(
     const Value& d, bool top, std::vector<std::pair<std::string, Value>>& out);
 
+// Calls `fn(key, record)` for the control records of `d` in the order of
+// `_walk_ctrls`, without gathering them first. `fn` may change records but
+// not add or remove keys of the maps being walked.
+template <typename Fn>
+void each_ctrl(const Value& d, bool top, Fn&& fn) {
+  for (const auto& [k, v] : d.as_object()) {
+    if (!v.is_object() || k.find("__") == std::string::npos) continue;
+    fn(k, v);
+    if (!top) each_ctrl(v, false, fn);
+  }
+}
+
+// The number of control records of `d`, at every depth.
+size_t count_ctrls(const Value& d);
+
 // Grows text boxes to fit their text and reports covering full-screen windows.
 Value _finalize_layout(const Value& data, std::vector<std::string>& warnings);
+// `_finalize_layout` of every page root in order, with the same warnings;
+// the pass is not repeated on a root where it has settled (merged windows).
+void _finalize_pages(const std::vector<Value>& roots, std::vector<std::string>& warnings);
 
 // The slide windows of `d` (recursively into every control when `recursive`).
 std::vector<std::pair<std::string, Value>> _slidewindow_dicts(const Value& d,

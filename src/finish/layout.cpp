@@ -2,8 +2,12 @@
 // enclosing window allows, and full-screen windows that cover each other are
 // reported. Runs on finished page roots, just before they are written.
 #include <algorithm>
+#include <array>
+#include <atomic>
+#include <optional>
 #include <set>
 #include <string>
+#include <unordered_map>
 #include <utility>
 #include <vector>
 
@@ -36,15 +40,37 @@ double required(const Value& pos, const char* key) {
   return number(pos.get(key));
 }
 
+// Whether `c` is a word character, digit or bracket, counted narrower than
+// other characters below U+2E80. ASCII is answered directly; other code
+// points ask the pattern once each and the answer is kept, since the text
+// fit measures every character of every text box on the page.
+bool narrow_char(char32_t c) {
+  if (c < 0x80) {
+    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '_' ||
+           c == '(' || c == ')' || c == '[' || c == ']' || c == '{' || c == '}';
+  }
+  static const Regex narrow(R"([\w\d()\[\]{}])");
+  // 0 unknown, 1 narrow, 2 not; racing threads store the same answer.
+  static std::array<std::atomic<uint8_t>, 0x2E80> known{};
+  std::atomic<uint8_t>& slot = known[c];
+  uint8_t k = slot.load(std::memory_order_relaxed);
+  if (k == 0) {
+    const std::string ch = text::to_utf8(c);
+    k = narrow.match(ch) ? 1 : 2;
+    slot.store(k, std::memory_order_relaxed);
+  }
+  return k == 1;
+}
+
 // The smallest box that holds `text` at font size `fs`: CJK counts a full
 // em, punctuation a little more than a Latin letter.
 std::pair<int64_t, int64_t> min_size(const std::string& text, double fs, double alignment) {
-  static const Regex narrow(R"([\w\d()\[\]{}])");
   double units = 0;
-  for (char32_t c : text::to_u32(text)) {
+  for (size_t i = 0; i < text.size();) {
+    const char32_t c = text::decode_next(text, i);
     if (c > 0x2E7F) {
       units += 1.0;
-    } else if (const std::string ch = text::to_utf8(c); narrow.match(ch)) {
+    } else if (narrow_char(c)) {
       units += 0.55;
     } else {
       units += 0.6;
@@ -56,36 +82,41 @@ std::pair<int64_t, int64_t> min_size(const std::string& text, double fs, double 
   return {w, h};
 }
 
-// The record of the nearest "window__" control around `target`, or null.
-Value find_owner(const Value& d, const std::string& target, const Value& owner) {
-  for (const auto& [k, v] : d.as_object()) {
-    if (!v.is_object()) continue;
-    if (k == target) return owner;
-    if (text::contains(k, "__")) {
-      Value found = find_owner(v, target, text::starts_with(k, "window__") ? v : owner);
-      if (!found.is_null()) return found;
-    }
-  }
-  return Value();
-}
-
-Value parent_w(const Value& data, const std::string& key, const Value& rw) {
-  Value owner = find_owner(data, key, Value());
-  if (!owner.is_null() && owner.get("position").truthy()) {
-    return or_else(owner.get("position").get("width"), rw);
+// The width that binds a box whose nearest enclosing "window__" record is
+// `owner` (null at the top of the page): the window's width, or the page's.
+Value parent_w(const Value* owner, const Value& rw) {
+  if (owner && owner->get("position").truthy()) {
+    return or_else(owner->get("position").get("width"), rw);
   }
   return rw;
 }
 
-void fit_text(const Value& data, const Value& rw, std::vector<std::string>& warnings) {
-  for (const auto& [key, val] : _walk_ctrls(data)) {
-    if (!text::starts_with(key, "textview__") && !text::starts_with(key, "button__")) continue;
-    std::string txt = val.contains("text") ? value_str(val.get("text")) : std::string();
-    Value fs = or_else(val.get("fontSize"), Value(int64_t{0}));
-    Value pos = or_else(val.get("position"), Value::object());
-    if (txt.empty() || !fs.truthy() || !pos.get("width").truthy() || !pos.get("height").truthy()) {
-      continue;
-    }
+// Answers whether some box changed its size.
+bool fit_text(const Value& data, const Value& rw, std::vector<std::string>& warnings) {
+  bool changed = false;
+  // The window around each control key where the key is first met, found on
+  // the way: the walk below meets the keys in the order of a search of the
+  // page, and a box is measured against the window around the key's first
+  // occurrence. (A search per box would cost the square of the page.) The
+  // views point into the page's maps, which the fit changes in value only.
+  std::unordered_map<std::string_view, const Value*> first_owner;
+  auto fit_one = [&](const std::string& key, const Value& val) {
+    if (!text::starts_with(key, "textview__") && !text::starts_with(key, "button__")) return;
+    // Boxes without text, font size or a size of their own are left alone;
+    // those are most controls, so they are told apart without copies.
+    const Object& rec = val.as_object();
+    const Value* tv = rec.find("text");
+    const Value* fv = rec.find("fontSize");
+    const Value* pv = rec.find("position");
+    if (!tv || !fv || !fv->truthy() || !pv || !pv->is_object()) return;
+    if (tv->is_string() && tv->as_string().empty()) return;
+    const Value* pwv = pv->as_object().find("width");
+    const Value* phv = pv->as_object().find("height");
+    if (!pwv || !pwv->truthy() || !phv || !phv->truthy()) return;
+    const std::string txt = value_str(*tv);
+    const Value fs = *fv;
+    const Value pos = *pv;
+    if (txt.empty()) return;
     Value al = val.contains("alignment") ? val.get("alignment") : Value(int64_t{0});
     const double alignment = al.is_number() ? al.as_number() : -1;
     auto [mw, mh] = min_size(txt, number(fs), alignment);
@@ -93,9 +124,9 @@ void fit_text(const Value& data, const Value& rw, std::vector<std::string>& warn
     Value nw = pw, nh = ph;
     if (number(pw) < mw) nw = mw;
     if (number(ph) < mh) nh = mh;
-    if (nw == pw && nh == ph) continue;
+    if (nw == pw && nh == ph) return;
     if (number(nw) > number(pw)) {
-      Value cw = parent_w(data, key, rw);
+      Value cw = parent_w(first_owner.at(key), rw);
       Value left = pos.contains("left") ? pos.get("left") : Value(int64_t{0});
       if (number(left) + number(nw) > number(cw)) {
         // Growing to the right would leave the container: keep the width and
@@ -108,9 +139,23 @@ void fit_text(const Value& data, const Value& rw, std::vector<std::string>& warn
         nw = pw;
       }
     }
+    // A new size is a larger number; a kept one is the very same value.
+    if (!(nw == pw && nh == ph)) changed = true;
     pos["width"] = nw;
     pos["height"] = nh;
-  }
+  };
+  // The control records in the order of `_walk_ctrls`, with the window
+  // around each.
+  auto walk = [&](auto& self, const Value& d, const Value* owner) -> void {
+    for (const auto& [k, v] : d.as_object()) {
+      if (!v.is_object() || k.find("__") == std::string::npos) continue;
+      first_owner.emplace(k, owner);
+      fit_one(k, v);
+      self(self, v, text::starts_with(k, "window__") ? &v : owner);
+    }
+  };
+  walk(walk, data, nullptr);
+  return changed;
 }
 
 void covering_windows(const Value& data, const Value& res, const Value& rw,
@@ -118,9 +163,9 @@ void covering_windows(const Value& data, const Value& res, const Value& rw,
   const Value rh = or_else(res.get("height"), Value(int64_t{0}));
   const double screen_area = number(rw) * number(rh);
   Ctrls top_wins;
-  for (const auto& [k, v] : _walk_ctrls(data, true)) {
+  each_ctrl(data, true, [&](const std::string& k, const Value& v) {
     if (text::starts_with(k, "window__") && v.get("position").truthy()) top_wins.emplace_back(k, v);
-  }
+  });
   if (screen_area == 0 || top_wins.size() < 2) return;
 
   Ctrls pages;
@@ -175,18 +220,56 @@ std::vector<std::pair<std::string, Value>>& _walk_ctrls(
   return out;
 }
 
+size_t count_ctrls(const Value& d) {
+  size_t n = 0;
+  each_ctrl(d, false, [&n](const std::string&, const Value&) { ++n; });
+  return n;
+}
+
 std::vector<std::pair<std::string, Value>> _walk_ctrls(const Value& d, bool top) {
   std::vector<std::pair<std::string, Value>> out;
   _walk_ctrls(d, top, out);
   return out;
 }
 
-Value _finalize_layout(const Value& data, std::vector<std::string>& warnings) {
+namespace {
+
+// One pass of the layout finalisation; answers whether a box changed size.
+bool finalize_pass(const Value& data, std::vector<std::string>& warnings) {
   Value res = or_else(data.get("resolution"), Value::object());
   Value rw = res.contains("width") ? res.get("width") : Value(int64_t{0});
-  fit_text(data, rw, warnings);
+  const bool changed = fit_text(data, rw, warnings);
   covering_windows(data, res, rw, warnings);
+  return changed;
+}
+
+}  // namespace
+
+Value _finalize_layout(const Value& data, std::vector<std::string>& warnings) {
+  finalize_pass(data, warnings);
   return data;
+}
+
+void _finalize_pages(const std::vector<Value>& roots, std::vector<std::string>& warnings) {
+  // A pass reads nothing but the root, so once a pass on a root changed no
+  // size, every further pass on that root says the same: merged windows,
+  // whose pages share one root, need two passes, not one per page.
+  const Value* settled = nullptr;  // a root whose last pass changed nothing
+  size_t from = 0, to = 0;         // the warnings of that pass
+  for (const Value& root : roots) {
+    if (settled && root.same(*settled)) {
+      for (size_t i = from; i < to; ++i) {
+        std::string again = warnings[i];
+        warnings.push_back(std::move(again));
+      }
+      continue;
+    }
+    const size_t before = warnings.size();
+    const bool changed = finalize_pass(root, warnings);
+    settled = changed ? nullptr : &root;
+    from = before;
+    to = warnings.size();
+  }
 }
 
 }  // namespace pagefold

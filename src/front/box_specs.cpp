@@ -20,7 +20,8 @@ namespace pagefold {
 std::optional<ShadowSpec> _shadow_spec(const std::optional<std::string>& style) {
   // Not anchored: "-webkit-box-shadow" is read too, whichever comes first.
   static const Regex shadow(R"(box-shadow\s*:\s*([^;]+))");
-  const std::string s = style.value_or("");
+  if (!style || !text::contains(*style, "box-shadow")) return std::nullopt;
+  const std::string& s = *style;
   auto m = shadow.search(s);
   if (!m) return std::nullopt;
   const std::string raw = text::strip(m->group(1));
@@ -107,7 +108,8 @@ std::optional<double> percent_of(const std::string& t, double ref) {
 }  // namespace
 
 int64_t _radius_px(const std::optional<std::string>& style, double w, double h, int64_t dflt) {
-  const std::string s = style.value_or("");
+  if (!style || !text::contains(*style, "border-radius")) return dflt;
+  const std::string& s = *style;
   auto m = radius_re().search(s);
   if (!m) return dflt;
   auto toks = text::split_ws(m->group(1));
@@ -124,7 +126,9 @@ int64_t _radius_px(const std::optional<std::string>& style, double w, double h, 
 }
 
 std::optional<Radii> _radius_corners(const std::optional<std::string>& style, double w, double h) {
-  const std::string s = style.value_or("");
+  // Most styles have no radius: the pattern's literal decides that faster.
+  if (!style || !text::contains(*style, "border-radius")) return std::nullopt;
+  const std::string& s = *style;
   auto m = radius_re().search(s);
   if (!m) return std::nullopt;
   const double ref = std::min(w, h);

@@ -7,7 +7,7 @@
 #include <array>
 
 #include "front/dom.hpp"
-#include "util/regex.hpp"
+#include "util/text.hpp"
 
 namespace pagefold {
 
@@ -67,8 +67,7 @@ void DomParser::handle_data(const std::string& data) {
   } else if (top->tag != "script") {
     // Collapsing works per piece, so pieces join unchanged: "a <!-- c --> b"
     // leaves two spaces.
-    static const Regex ws_run(R"(\s+)");
-    top->text += ws_run.sub(" ", data);
+    top->text += text::collapse_space(data);
   }
 }
 

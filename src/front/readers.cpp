@@ -4,6 +4,8 @@
 // no number ("1.2.3") raises, and stops the conversion of the document.
 #include "front/readers.hpp"
 
+#include <algorithm>
+#include <charconv>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -33,18 +35,105 @@ bool is_ascii(std::string_view s) {
 }
 
 // Attribute names compare without regard to case (Unicode lower-casing).
+// Names are nearly always ASCII, and then a difference at an ASCII position
+// decides at once: Unicode lower-casing keeps the ASCII prefix as it is.
 bool same_name(std::string_view a, std::string_view b) {
-  if (is_ascii(a) && is_ascii(b)) {
-    if (a.size() != b.size()) return false;
-    for (size_t i = 0; i < a.size(); ++i) {
-      unsigned char x = a[i], y = b[i];
-      if (x >= 'A' && x <= 'Z') x += 32;
-      if (y >= 'A' && y <= 'Z') y += 32;
-      if (x != y) return false;
-    }
-    return true;
+  const size_t n = std::min(a.size(), b.size());
+  for (size_t i = 0; i < n; ++i) {
+    unsigned char x = a[i], y = b[i];
+    if ((x | y) & 0x80) return text::lower(a) == text::lower(b);
+    if (x >= 'A' && x <= 'Z') x += 32;
+    if (y >= 'A' && y <= 'Z') y += 32;
+    if (x != y) return false;
   }
+  if (a.size() == b.size()) return true;
+  const std::string_view rest = (a.size() > b.size() ? a : b).substr(n);
+  if (is_ascii(rest)) return false;
   return text::lower(a) == text::lower(b);
+}
+
+// The code point at byte `i` of valid UTF-8 `s`; `len` gets its byte length.
+char32_t code_point_at(std::string_view s, size_t i, size_t& len) {
+  const auto b = [&](size_t k) { return static_cast<unsigned char>(s[i + k]); };
+  const unsigned char lead = b(0);
+  if (lead < 0x80) {
+    len = 1;
+    return lead;
+  }
+  if (lead >= 0xF0 && i + 3 < s.size()) {
+    len = 4;
+    return (char32_t(lead & 0x07) << 18) | (char32_t(b(1) & 0x3F) << 12) |
+           (char32_t(b(2) & 0x3F) << 6) | (b(3) & 0x3F);
+  }
+  if (lead >= 0xE0 && i + 2 < s.size()) {
+    len = 3;
+    return (char32_t(lead & 0x0F) << 12) | (char32_t(b(1) & 0x3F) << 6) | (b(2) & 0x3F);
+  }
+  if (lead >= 0xC0 && i + 1 < s.size()) {
+    len = 2;
+    return (char32_t(lead & 0x1F) << 6) | (b(1) & 0x3F);
+  }
+  len = 1;
+  return lead;
+}
+
+size_t skip_space(std::string_view s, size_t i) {
+  size_t len = 0;
+  while (i < s.size() && text::is_space(code_point_at(s, i, len))) i += len;
+  return i;
+}
+
+// "\s*<key>\s*:\s*([^;]+)" tried at byte `i` of `style`: group 1 or absent.
+// The value after the colon skips whitespace greedily but must hold one
+// character, so a value of whitespace only is its last whitespace character.
+std::optional<std::string_view> prop_at(std::string_view style, size_t i, std::string_view key) {
+  i = skip_space(style, i);
+  if (style.substr(i, key.size()) != key) return std::nullopt;
+  i = skip_space(style, i + key.size());
+  if (i >= style.size() || style[i] != ':') return std::nullopt;
+  ++i;
+  size_t last_space = std::string_view::npos, len = 0;
+  while (i < style.size() && text::is_space(code_point_at(style, i, len))) {
+    last_space = i;
+    i += len;
+  }
+  size_t end = style.find(';', i);
+  if (end == std::string_view::npos) end = style.size();
+  if (end > i) return style.substr(i, end - i);
+  if (last_space != std::string_view::npos) return style.substr(last_space, i - last_space);
+  return std::nullopt;
+}
+
+// The first place in `style` where a declaration of `key` (or of `alt`,
+// tried second at the same place) can be read, as the property pattern
+// "(?:^|;)\s*<key>\s*:\s*([^;]+)" searches: at the start, then after each
+// ";". Keys are property names, which hold no pattern characters. Written out
+// because every builder reads several properties of every control's style.
+std::optional<std::string_view> find_prop(std::string_view style, std::string_view key,
+                                          std::string_view alt = {}) {
+  for (size_t i = 0;;) {
+    if (auto v = prop_at(style, i, key)) return v;
+    if (!alt.empty()) {
+      if (auto v = prop_at(style, i, alt)) return v;
+    }
+    const size_t semi = style.find(';', i);
+    if (semi == std::string_view::npos) return std::nullopt;
+    i = semi + 1;
+  }
+}
+
+// "^([\d.]+)(?:px?)?$" on ASCII text, which is all but certain: group 1, or
+// absent without a match. `std::nullopt` in `ascii` means the text was not
+// ASCII and the pattern itself must decide (Unicode digits count there).
+std::optional<std::string_view> px_digits(std::string_view t, bool& ascii) {
+  ascii = is_ascii(t);
+  if (!ascii) return std::nullopt;
+  size_t k = 0;
+  while (k < t.size() && ((t[k] >= '0' && t[k] <= '9') || t[k] == '.')) ++k;
+  if (k == 0) return std::nullopt;
+  const std::string_view rest = t.substr(k);
+  if (rest.empty() || rest == "p" || rest == "px") return t.substr(0, k);
+  return std::nullopt;
 }
 
 }  // namespace
@@ -62,10 +151,22 @@ std::optional<int64_t> to_dec(const OptStr& color) {
 std::optional<int64_t> parse_px(const OptStr& v) {
   static const Regex re(R"(^([\d.]+)(?:px?)?$)");
   const std::string t = text::strip(text_form(v));
-  auto m = re.match(t);
-  if (!m) return std::nullopt;
+  bool ascii = false;
+  std::optional<std::string_view> digits = px_digits(t, ascii);
+  if (!ascii) {
+    if (auto m = re.match(t)) digits = m->group(1);
+  }
+  if (!digits) return std::nullopt;
+  // Plain ASCII digits with at most one point read directly, correctly
+  // rounded like the general reader; everything else goes through it.
+  if (ascii && std::count(digits->begin(), digits->end(), '.') <= 1 && *digits != ".") {
+    double d = 0;
+    const auto res = std::from_chars(digits->data(), digits->data() + digits->size(), d);
+    if (res.ec == std::errc() && res.ptr == digits->data() + digits->size())
+      return checked::trunc(d);
+  }
   // Not caught on purpose: "1.2.3" or "." raise ValueError.
-  return checked::trunc(num::to_real(m->group(1)));
+  return checked::trunc(num::to_real(*digits));
 }
 
 Value _num(const OptStr& v, const Value& dflt) {
@@ -92,60 +193,123 @@ std::optional<double> _px_num(const OptStr& v) {
   return num::parse_real(m->group(1));
 }
 
-std::optional<std::string> style_prop(const OptStr& style, std::string_view key) {
-  // One compiled pattern per property name; the names are a small fixed set.
-  static std::mutex mu;
-  static std::map<std::string, std::unique_ptr<Regex>, std::less<>> cache;
-  const Regex* re;
-  {
-    std::lock_guard<std::mutex> lock(mu);
-    auto it = cache.find(key);
-    if (it == cache.end()) {
-      std::string pat = R"((?:^|;)\s*)" + std::string(key) + R"(\s*:\s*([^;]+))";
-      it = cache.emplace(std::string(key), std::make_unique<Regex>(pat)).first;
-    }
-    re = it->second.get();
-  }
-  if (!style) return std::nullopt;
-  auto m = re->search(*style);
-  if (!m) return std::nullopt;
-  return m->str(1);
+namespace {
+
+// A key of letters, digits, "-" and "_" stands for itself in the pattern.
+bool plain_key(std::string_view key) {
+  return !key.empty() && std::all_of(key.begin(), key.end(), [](char c) {
+    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '-' ||
+           c == '_';
+  });
 }
 
-Value _style_pos(const OptStr& style) {
+// The property pattern compiled for a key that holds pattern characters; one
+// compiled pattern per such key.
+const Regex& key_pattern(std::string_view key) {
+  static std::mutex mu;
+  static std::map<std::string, std::unique_ptr<Regex>, std::less<>> cache;
+  std::lock_guard<std::mutex> lock(mu);
+  auto it = cache.find(key);
+  if (it == cache.end()) {
+    std::string pat = R"((?:^|;)\s*)" + std::string(key) + R"(\s*:\s*([^;]+))";
+    it = cache.emplace(std::string(key), std::make_unique<Regex>(pat)).first;
+  }
+  return *it->second;
+}
+
+}  // namespace
+
+std::optional<std::string> style_prop(const OptStr& style, std::string_view key) {
+  if (!plain_key(key)) {
+    const Regex& re = key_pattern(key);
+    if (!style) return std::nullopt;
+    auto m = re.search(*style);
+    if (!m) return std::nullopt;
+    return m->str(1);
+  }
+  if (!style) return std::nullopt;
+  if (auto v = find_prop(*style, key)) return std::string(*v);
+  return std::nullopt;
+}
+
+std::optional<std::string_view> style_value(std::string_view style, std::string_view key) {
+  return find_prop(style, key);
+}
+
+Value style_pos_in(std::string_view style) {
   Value pos = Value::object();
   for (const char* k : {"left", "top", "width", "height"}) {
-    auto raw = style_prop(style, k);
+    auto raw = find_prop(style, k);
     if (!raw) continue;
-    if (auto v = parse_px(raw)) pos.as_object().set(k, Value(*v));
+    if (auto v = parse_px(std::string(*raw))) pos.as_object().set(k, Value(*v));
   }
   return pos;
 }
 
+Value _style_pos(const OptStr& style) { return style_pos_in(style ? *style : std::string_view()); }
+
+namespace {
+
+// Two ASCII letters or signs that cannot be equal whatever their case.
+bool ascii_apart(unsigned char x, unsigned char y) {
+  return ((x | y) & 0x80) == 0 && (x | 0x20) != (y | 0x20);
+}
+
+}  // namespace
+
+const Attr* find_attr(const Attrs& attrs, std::string_view name) {
+  for (const Attr& a : attrs) {
+    // Lower-casing maps an ASCII character to itself or its lower case, so
+    // an ASCII first or last character that differs settles the pair early
+    // (the readers ask for dozens of names per control).
+    const std::string& n = a.name;
+    if (!n.empty() && !name.empty() &&
+        (ascii_apart(n.front(), name.front()) || ascii_apart(n.back(), name.back())))
+      continue;
+    if (same_name(n, name)) return &a;
+  }
+  return nullptr;
+}
+
+std::string_view attr_view(const Attrs& attrs, std::string_view name) {
+  const Attr* a = find_attr(attrs, name);
+  return a && a->value ? std::string_view(*a->value) : std::string_view();
+}
+
 OptStr _attr(const Attrs& attrs, std::string_view name, const OptStr& dflt) {
-  for (const Attr& a : attrs)
-    if (same_name(a.name, name)) return a.value;
-  return dflt;
+  const Attr* a = find_attr(attrs, name);
+  return a ? a->value : dflt;
 }
 
 std::set<std::string> _classes(const Attrs& attrs) {
-  auto v = _attr(attrs, "class");
   std::set<std::string> out;
-  if (!v) return out;
-  for (auto& c : text::split_ws(*v)) out.insert(std::move(c));
+  for (auto& c : text::split_ws(attr_view(attrs, "class"))) out.insert(std::move(c));
   return out;
 }
 
+bool has_class(const Attrs& attrs, std::string_view name) {
+  const std::string_view v = attr_view(attrs, "class");
+  size_t i = 0, len = 0;
+  while (i < v.size()) {
+    while (i < v.size() && text::is_space(code_point_at(v, i, len))) i += len;
+    const size_t start = i;
+    while (i < v.size() && !text::is_space(code_point_at(v, i, len))) i += len;
+    if (i > start && v.substr(start, i - start) == name) return true;
+  }
+  return false;
+}
+
 OptStr _glyph_from_attrs(const Attrs& attrs) {
-  static const Regex icon_class(R"(^icon-(.+)$)");
   auto v = _attr(attrs, "data-icon");
   if (truthy(v)) {
     std::string s = text::strip(*v);
     if (!s.empty()) return s;
   }
   // With two icon- classes the set order decides: the first by code point.
+  // The class pattern "^icon-(.+)$": classes hold no line break, so any
+  // class longer than "icon-" that starts with it names the glyph.
   for (const auto& c : _classes(attrs))
-    if (auto m = icon_class.match(c)) return m->str(1);
+    if (c.size() > 5 && text::starts_with(c, "icon-")) return c.substr(5);
   return std::nullopt;
 }
 
@@ -245,7 +409,8 @@ std::optional<int64_t> _style_len_ref(const OptStr& style, std::string_view key,
   return checked::round_even(*v);
 }
 
-std::optional<int64_t> _color_explicit(const Attrs& attrs, const std::vector<std::string>& names,
+std::optional<int64_t> _color_explicit(const Attrs& attrs,
+                                       std::initializer_list<std::string_view> names,
                                        std::optional<int64_t> dflt) {
   for (const auto& n : names) {
     auto raw = _attr(attrs, n);
@@ -272,8 +437,9 @@ bool flag(const OptStr& v) {
 std::string image_path(const std::string& v) { return text::contains(v, "/") ? v : "images/" + v; }
 
 OptStr nonempty_attr(const Attrs& attrs, std::string_view name) {
-  auto v = _attr(attrs, name);
-  return truthy(v) ? v : std::nullopt;
+  const Attr* a = find_attr(attrs, name);
+  if (!a || !a->value || a->value->empty()) return std::nullopt;
+  return a->value;
 }
 
 OptStr first_nonempty(const Attrs& attrs, std::initializer_list<std::string_view> names) {
@@ -303,10 +469,8 @@ std::optional<int64_t> _font_size(const Attrs& attrs) {
     if (!v) continue;
     if (auto px = parse_px(v)) return px;
   }
-  static const Regex font_size(R"((?:^|;)\s*font-size\s*:\s*([^;]+))");
-  const std::string style = _attr(attrs, "style").value_or("");
-  if (auto m = font_size.search(style)) {
-    if (auto px = parse_px(m->str(1))) return px;
+  if (auto v = find_prop(attr_view(attrs, "style"), "font-size")) {
+    if (auto px = parse_px(std::string(*v))) return px;
   }
   return std::nullopt;
 }
@@ -314,10 +478,9 @@ std::optional<int64_t> _font_size(const Attrs& attrs) {
 std::optional<int64_t> _bg_color(const Attrs& attrs) {
   if (auto v = to_dec(_attr(attrs, "data-background"))) return v;
   if (auto v = to_dec(_attr(attrs, "data-bg"))) return v;
-  static const Regex background(R"((?:^|;)\s*background(?:-color)?\s*:\s*([^;]+))");
-  const std::string style = _attr(attrs, "style").value_or("");
   // A gradient is no colour: the declaration then answers absent.
-  if (auto m = background.search(style)) return to_dec(text::strip(m->group(1)));
+  if (auto v = find_prop(attr_view(attrs, "style"), "background-color", "background"))
+    return to_dec(text::strip(*v));
   return std::nullopt;
 }
 

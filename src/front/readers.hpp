@@ -39,14 +39,29 @@ Value _style_pos(const OptStr& style);
 // First attribute named `name` (any case): its value, absent when written
 // without one; `dflt` when there is no such attribute.
 OptStr _attr(const Attrs& attrs, std::string_view name, const OptStr& dflt = std::nullopt);
+// The first attribute named `name` (any case), or null: `_attr` without a
+// copy of the value, for readers that only look at it.
+const Attr* find_attr(const Attrs& attrs, std::string_view name);
+// The value of the first attribute named `name`, as a view into `attrs`;
+// empty when there is none or it has no value.
+std::string_view attr_view(const Attrs& attrs, std::string_view name);
+// Group 1 of the property pattern for `key` in `style`, as a view into it
+// (`style_prop` without the copy); `key` holds no pattern characters.
+std::optional<std::string_view> style_value(std::string_view style, std::string_view key);
+// `_style_pos` of a style string that is given (an absent one reads as "").
+Value style_pos_in(std::string_view style);
 std::set<std::string> _classes(const Attrs& attrs);
+// Whether `name` is one of the classes: `_classes(attrs).count(name)`
+// without building the set.
+bool has_class(const Attrs& attrs, std::string_view name);
 OptStr _glyph_from_attrs(const Attrs& attrs);
 std::optional<Color> _color_int_rgba(std::optional<int64_t> cint,
                                      std::optional<Color> dflt = std::nullopt);
 std::optional<Color> _css_color(const OptStr& s);
 std::optional<int64_t> _style_len(const OptStr& style, std::string_view key);
 std::optional<int64_t> _style_len_ref(const OptStr& style, std::string_view key, double ref);
-std::optional<int64_t> _color_explicit(const Attrs& attrs, const std::vector<std::string>& names,
+std::optional<int64_t> _color_explicit(const Attrs& attrs,
+                                       std::initializer_list<std::string_view> names,
                                        std::optional<int64_t> dflt);
 std::optional<bool> _bool_attr(const Attrs& attrs, std::string_view name);
 

@@ -5,7 +5,6 @@
 
 #include <algorithm>
 
-#include "util/regex.hpp"
 #include "util/text.hpp"
 
 namespace pagefold {
@@ -53,12 +52,30 @@ void report(const WarnFn& warn, const std::u32string& dropped, const std::string
   warn(msg, "drop:" + kind + ":" + text::to_utf8(sorted));
 }
 
+// Runs of blanks (space, tab, carriage return, form feed, vertical tab)
+// become one space; line feeds are no blanks. All blanks are ASCII, so bytes
+// of longer UTF-8 characters never count.
+std::string fold_blanks(std::string_view s) {
+  std::string out;
+  out.reserve(s.size());
+  bool in_run = false;
+  for (char ch : s) {
+    const bool blank = ch == ' ' || ch == '\t' || ch == '\r' || ch == '\f' || ch == '\x0b';
+    if (blank && in_run) continue;
+    in_run = blank;
+    out.push_back(blank ? ' ' : ch);
+  }
+  return out;
+}
+
 }  // namespace
 
 std::optional<std::string> _clean_text(const std::optional<std::string>& s, const WarnFn* warn,
                                        const std::string& where) {
-  static const Regex blanks(R"([ \t\r\f\x0b]+)");
   if (!s || s->empty()) return s;
+  // ASCII holds no character the font lacks: only the blanks are folded.
+  if (std::all_of(s->begin(), s->end(), [](char c) { return (c & 0x80) == 0; }))
+    return text::strip(fold_blanks(*s));
   std::u32string out, dropped;
   for (char32_t ch : text::to_u32(*s)) {
     if (TEXT_BLACKLIST.find(ch) != std::u32string::npos || _is_emoji(ch)) {
@@ -69,7 +86,7 @@ std::optional<std::string> _clean_text(const std::optional<std::string>& s, cons
   }
   if (warn && !dropped.empty()) report(*warn, dropped, where);
   // Line feeds survive inside the text; only the ends lose them.
-  return text::strip(blanks.sub(" ", text::to_utf8(out)));
+  return text::strip(fold_blanks(text::to_utf8(out)));
 }
 
 }  // namespace pagefold

@@ -13,6 +13,7 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "front/dom.hpp"
 #include "util/text.hpp"
@@ -169,7 +170,8 @@ class Scanner {
  private:
   void text(size_t from, size_t to) { sink_.handle_data(unescape(s_.substr(from, to - from))); }
   size_t raw_text_end(size_t from, size_t& close_end) const;
-  size_t start_tag_end(size_t i) const;
+  // Also leaves the tag's attributes in `spans_`.
+  size_t start_tag_end(size_t i);
   // Each parse_* answers the position after the construct at `i`, or npos
   // when the construct is not terminated.
   size_t parse_starttag(size_t i);
@@ -181,7 +183,8 @@ class Scanner {
 
   std::string_view s_;
   TokenSink& sink_;
-  std::string raw_elem_;  // "script" or "style" while in raw text, else empty
+  std::string raw_elem_;         // "script" or "style" while in raw text, else empty
+  std::vector<AttrSpan> spans_;  // attributes of the start tag being read
 };
 
 void Scanner::run() {
@@ -266,13 +269,20 @@ size_t Scanner::find_gt(size_t from) const {
 
 // Where the start tag at `i` ends: after its ">" or "/>", npos when the tag is
 // unterminated (or its last attribute is still open), or the position where
-// the tolerant pattern stopped when a stray character follows the tag.
-size_t Scanner::start_tag_end(size_t i) const {
+// the tolerant pattern stopped when a stray character follows the tag. The
+// attributes met on the way are the tag's attributes: they all start before
+// the end, and where this scan skips a "/" that the attribute scan would stop
+// at, a ">" follows, where no attribute starts.
+size_t Scanner::start_tag_end(size_t i) {
+  spans_.clear();
   size_t j = tag_name_end(s_, i + 1);
   while (j < s_.size() && (s_[j] == '/' || space_at(s_, j)))
     j += s_[j] == '/' ? 1 : space_at(s_, j);
   AttrSpan a;
-  while (attr_at(s_, j, a)) j = a.end;
+  while (attr_at(s_, j, a)) {
+    spans_.push_back(a);
+    j = a.end;
+  }
   j = skip_spaces(s_, j);
   if (j >= s_.size()) return npos;
   const char next = s_[j];
@@ -288,9 +298,9 @@ size_t Scanner::parse_starttag(size_t i) {
   const size_t name_end = tag_name_end(s_, i + 1);
   const std::string tag = text::lower(s_.substr(i + 1, name_end - i - 1));
   Attrs attrs;
+  attrs.reserve(spans_.size());
   size_t k = skip_tag_gap(s_, name_end);
-  AttrSpan a;
-  while (k < endpos && attr_at(s_, k, a)) {
+  for (const AttrSpan& a : spans_) {
     Attr attr{text::lower(s_.substr(a.name_begin, a.name_end - a.name_begin)), std::nullopt};
     if (a.has_value) {
       std::string_view v = s_.substr(a.value_begin, a.value_end - a.value_begin);

@@ -77,11 +77,16 @@ std::string Ctx::name(const std::string& typ) {
 std::string Ctx::add(const std::string& typ, Value ctrl) {
   // Completion of required keys is best effort: a missing or failing layer
   // costs one warning per context, never the page.
-  try {
-    if (!modules_ || !modules_->ui_emit) {
-      throw Failure("ModuleNotFoundError",
-                    modules_ ? modules_->ui_emit_error : "No module named 'ui_emit'");
+  if (!modules_ || !modules_->ui_emit) {
+    // Said once per context; no exception per control for the common case
+    // of a missing layer.
+    if (!warned.count("emit_missing")) {
+      warn(emit_missing_text(modules_ ? modules_->ui_emit_error : "No module named 'ui_emit'"),
+           "emit_missing");
     }
+    return store(typ, std::move(ctrl));
+  }
+  try {
     auto [filled, missing] = modules_->ui_emit->fill_required(typ, ctrl);
     ctrl = filled;
     if (missing.truthy()) {
@@ -92,11 +97,18 @@ std::string Ctx::add(const std::string& typ, Value ctrl) {
   } catch (const std::exception& e) {
     warn(emit_missing_text(failure_message(e)), "emit_missing");
   }
+  return store(typ, std::move(ctrl));
+}
+
+std::string Ctx::store(const std::string& typ, Value ctrl) {
+  // A record is (nearly) complete when it enters its parent: the room its
+  // vector grew into is given back, as a page holds thousands of records.
+  if (ctrl.is_object()) ctrl.as_object().shrink_to_fit();
   std::string k = key(typ);
   if (!stack.empty()) {
-    stack.back()[k] = ctrl;
+    stack.back()[k] = std::move(ctrl);
   } else {
-    root[k] = ctrl;
+    root[k] = std::move(ctrl);
   }
   return k;
 }

@@ -52,6 +52,9 @@ class Ctx {
   std::string add(const std::string& typ, Value ctrl);
 
  private:
+  // Stores a completed record under its new key.
+  std::string store(const std::string& typ, Value ctrl);
+
   const NameTable* auto_names_;
   const Modules* modules_;
 };

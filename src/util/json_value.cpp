@@ -3,6 +3,7 @@
 #include "pagefold/json.hpp"
 
 #include <cmath>
+#include <functional>
 
 #include "pagefold/error.hpp"
 
@@ -15,6 +16,7 @@ Value Value::array() { return Value(std::make_shared<Array>()); }
 Value Value::object(std::initializer_list<std::pair<std::string_view, Value>> items) {
   Value v = object();
   Object& o = v.as_object();
+  o.reserve(items.size());
   for (const auto& [k, x] : items) o.set(k, x);
   return v;
 }
@@ -116,16 +118,70 @@ bool operator==(const Value& a, const Value& b) {
   }
 }
 
+namespace {
+
+size_t hash_key(std::string_view key) { return std::hash<std::string_view>{}(key); }
+
+}  // namespace
+
+size_t Object::position(std::string_view key) const {
+  if (slots_.empty()) {
+    // Size and first byte reject nearly every other key before a compare.
+    for (size_t i = 0; i < items_.size(); ++i) {
+      const std::string& k = items_[i].first;
+      if (k.size() == key.size() && (key.empty() || (k[0] == key[0] && k == key))) return i;
+    }
+    return items_.size();
+  }
+  const size_t mask = slots_.size() - 1;
+  for (size_t s = hash_key(key) & mask;; s = (s + 1) & mask) {
+    const uint32_t at = slots_[s];
+    if (at == 0) return items_.size();
+    if (items_[at - 1].first == key) return at - 1;
+  }
+}
+
+void Object::rebuild_index() {
+  slots_.clear();
+  if (items_.size() < kIndexFrom) return;
+  size_t cap = 64;
+  while (cap < items_.size() * 2) cap *= 2;
+  slots_.assign(cap, 0);
+  const size_t mask = cap - 1;
+  for (size_t i = 0; i < items_.size(); ++i) {
+    size_t s = hash_key(items_[i].first) & mask;
+    while (slots_[s] != 0) s = (s + 1) & mask;
+    slots_[s] = static_cast<uint32_t>(i + 1);
+  }
+}
+
+// Enters the last item into the index, growing the table first when it
+// would be more than half full.
+void Object::index_last() {
+  if (slots_.empty() || (items_.size()) * 2 > slots_.size()) {
+    rebuild_index();
+    return;
+  }
+  const size_t mask = slots_.size() - 1;
+  size_t s = hash_key(items_.back().first) & mask;
+  while (slots_[s] != 0) s = (s + 1) & mask;
+  slots_[s] = static_cast<uint32_t>(items_.size());
+}
+
+Value& Object::append(std::string_view key, Value v) {
+  items_.emplace_back(std::string(key), std::move(v));
+  if (items_.size() >= kIndexFrom) index_last();
+  return items_.back().second;
+}
+
 Value* Object::find(std::string_view key) {
-  for (auto& it : items_)
-    if (it.first == key) return &it.second;
-  return nullptr;
+  const size_t i = position(key);
+  return i < items_.size() ? &items_[i].second : nullptr;
 }
 
 const Value* Object::find(std::string_view key) const {
-  for (const auto& it : items_)
-    if (it.first == key) return &it.second;
-  return nullptr;
+  const size_t i = position(key);
+  return i < items_.size() ? &items_[i].second : nullptr;
 }
 
 void Object::set(std::string_view key, Value v) {
@@ -133,13 +189,12 @@ void Object::set(std::string_view key, Value v) {
     *p = std::move(v);
     return;
   }
-  items_.emplace_back(std::string(key), std::move(v));
+  append(key, std::move(v));
 }
 
 Value& Object::operator[](std::string_view key) {
   if (Value* p = find(key)) return *p;
-  items_.emplace_back(std::string(key), Value());
-  return items_.back().second;
+  return append(key, Value());
 }
 
 Value Object::get(std::string_view key) const {
@@ -148,17 +203,16 @@ Value Object::get(std::string_view key) const {
 }
 
 bool Object::erase(std::string_view key) {
-  for (auto it = items_.begin(); it != items_.end(); ++it) {
-    if (it->first == key) {
-      items_.erase(it);
-      return true;
-    }
-  }
-  return false;
+  const size_t i = position(key);
+  if (i == items_.size()) return false;
+  items_.erase(items_.begin() + static_cast<std::ptrdiff_t>(i));
+  // Positions after `i` moved down by one: the index is made anew.
+  if (!slots_.empty()) rebuild_index();
+  return true;
 }
 
 void Object::setdefault(std::string_view key, Value v) {
-  if (!find(key)) items_.emplace_back(std::string(key), std::move(v));
+  if (!find(key)) append(key, std::move(v));
 }
 
 Value deep_copy(const Value& v) {

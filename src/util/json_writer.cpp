@@ -2,6 +2,7 @@
 // escapes, and reals in their shortest round-trip form.
 #include "pagefold/json.hpp"
 
+#include <array>
 #include <charconv>
 #include <cmath>
 #include <functional>
@@ -62,10 +63,26 @@ std::string real_repr(double d) {
 
 namespace {
 
+// Escapes the characters that need it; everything else, multi-byte UTF-8
+// included, is copied in runs.
+// Bytes that a JSON string cannot hold as they are: control characters, the
+// quote and the backslash.
+constexpr std::array<bool, 256> kEscaped = [] {
+  std::array<bool, 256> t{};
+  for (int c = 0; c < 0x20; ++c) t[c] = true;
+  t['"'] = t['\\'] = true;
+  return t;
+}();
+
 void write_string(std::string& out, std::string_view s) {
   static const char* hex = "0123456789abcdef";
   out.push_back('"');
-  for (unsigned char c : s) {
+  size_t run = 0;  // start of the pending run of plain bytes
+  for (size_t i = 0; i < s.size(); ++i) {
+    const auto c = static_cast<unsigned char>(s[i]);
+    if (!kEscaped[c]) continue;
+    out.append(s.data() + run, i - run);
+    run = i + 1;
     switch (c) {
       case '"':
         out += "\\\"";
@@ -89,15 +106,12 @@ void write_string(std::string& out, std::string_view s) {
         out += "\\f";
         break;
       default:
-        if (c < 0x20) {
-          out += "\\u00";
-          out.push_back(hex[c >> 4]);
-          out.push_back(hex[c & 15]);
-        } else {
-          out.push_back(static_cast<char>(c));
-        }
+        out += "\\u00";
+        out.push_back(hex[c >> 4]);
+        out.push_back(hex[c & 15]);
     }
   }
+  out.append(s.data() + run, s.size() - run);
   out.push_back('"');
 }
 
@@ -137,9 +151,12 @@ void write_value(std::string& out, const Value& v, int indent, int level, const 
     case Value::Kind::Bool:
       out += v.as_bool() ? "true" : "false";
       break;
-    case Value::Kind::Int:
-      out += std::to_string(v.as_int());
+    case Value::Kind::Int: {
+      char buf[24];
+      const auto res = std::to_chars(buf, buf + sizeof buf, v.as_int());
+      out.append(buf, res.ptr);
       break;
+    }
     case Value::Kind::Real:
       write_real(out, v.as_real());
       break;

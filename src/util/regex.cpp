@@ -92,18 +92,6 @@ std::string translate(std::string_view p) {
 
 pcre2_code* code_of(void* p) { return static_cast<pcre2_code*>(p); }
 
-struct MatchDataFree {
-  void operator()(pcre2_match_data* m) const { pcre2_match_data_free(m); }
-};
-using MatchData = std::unique_ptr<pcre2_match_data, MatchDataFree>;
-
-// Match data sized for the pattern's groups.
-MatchData match_data(pcre2_code* code) {
-  MatchData md(pcre2_match_data_create_from_pattern(code, nullptr));
-  if (!md) throw std::bad_alloc();
-  return md;
-}
-
 }  // namespace
 
 // ---------------------------------------------------------------- Match
@@ -149,18 +137,58 @@ Regex::Regex(std::string_view pattern, uint32_t flags) {
     throw ValueError("bad regular expression '" + std::string(pattern) +
                      "': " + reinterpret_cast<const char*>(buf));
   }
-  pcre2_jit_compile(code, PCRE2_JIT_COMPLETE);  // the interpreter serves when JIT is missing
   code_ = code;
 }
 
-Regex::~Regex() { pcre2_code_free(code_of(code_)); }
+Regex::~Regex() {
+  pcre2_match_data_free(static_cast<pcre2_match_data*>(spare_.load()));
+  pcre2_code_free(code_of(jit_.load()));
+  pcre2_code_free(code_of(code_));
+}
+
+void* Regex::code_for_match() const {
+  if (void* jit = jit_.load(std::memory_order_acquire)) return jit;
+  if (uses_.fetch_add(1, std::memory_order_relaxed) + 1 == kJitAfter) {
+    // The interpreter keeps serving when machine code is not available.
+    pcre2_code* copy = pcre2_code_copy(code_of(code_));
+    if (copy && pcre2_jit_compile(copy, PCRE2_JIT_COMPLETE) == 0) {
+      jit_.store(copy, std::memory_order_release);
+      return copy;
+    }
+    pcre2_code_free(copy);
+  }
+  return code_;
+}
+
+// Match data for one call: the kept block when it is free, else a new one;
+// handed back for the next call when the place is empty.
+class Regex::Lease {
+ public:
+  explicit Lease(const Regex& re) : re_(re) {
+    md_ = static_cast<pcre2_match_data*>(re.spare_.exchange(nullptr, std::memory_order_acquire));
+    if (!md_) md_ = pcre2_match_data_create_from_pattern(code_of(re.code_), nullptr);
+    if (!md_) throw std::bad_alloc();
+  }
+  ~Lease() {
+    void* empty = nullptr;
+    if (!re_.spare_.compare_exchange_strong(empty, md_, std::memory_order_release))
+      pcre2_match_data_free(md_);
+  }
+  Lease(const Lease&) = delete;
+  Lease& operator=(const Lease&) = delete;
+  void* get() const { return md_; }
+
+ private:
+  const Regex& re_;
+  pcre2_match_data* md_;
+};
 
 std::optional<Match> Regex::exec(std::string_view s, size_t pos, uint32_t opts, void* md_) const {
   auto* md = static_cast<pcre2_match_data*>(md_);
   if (pos > s.size()) return std::nullopt;
+  pcre2_code* code = code_of(code_for_match());
   auto attempt = [&](uint32_t o) {
-    return pcre2_match(code_of(code_), reinterpret_cast<PCRE2_SPTR>(s.data()), s.size(), pos, o, md,
-                       nullptr);
+    return pcre2_match(code, reinterpret_cast<PCRE2_SPTR>(s.data()), s.size(), pos, o, md, nullptr);
   };
   int rc = attempt(opts);
   // The JIT stack is small; a deep backtrack on a long text runs again in
@@ -189,17 +217,17 @@ std::optional<Match> Regex::exec(std::string_view s, size_t pos, uint32_t opts, 
 }
 
 std::optional<Match> Regex::match(std::string_view s, size_t pos) const {
-  MatchData md = match_data(code_of(code_));
+  Lease md(*this);
   return exec(s, pos, PCRE2_ANCHORED, md.get());
 }
 
 std::optional<Match> Regex::search(std::string_view s, size_t pos) const {
-  MatchData md = match_data(code_of(code_));
+  Lease md(*this);
   return exec(s, pos, 0, md.get());
 }
 
 std::optional<Match> Regex::fullmatch(std::string_view s) const {
-  MatchData md = match_data(code_of(code_));
+  Lease md(*this);
   return exec(s, 0, PCRE2_ANCHORED | PCRE2_ENDANCHORED, md.get());
 }
 
@@ -208,7 +236,7 @@ std::vector<Match> Regex::find_all(std::string_view s) const {
   // not be empty there. The subject is validated once, on the first call;
   // later calls skip the check, which would otherwise rescan the rest.
   std::vector<Match> out;
-  MatchData md = match_data(code_of(code_));
+  Lease md(*this);
   size_t pos = 0;
   uint32_t opts = 0;
   while (auto m = exec(s, pos, opts, md.get())) {

@@ -6,6 +6,7 @@
 // Compile each pattern once: `static const Regex re(R"(...)");`.
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -67,11 +68,24 @@ class Regex {
   std::vector<std::string> split(std::string_view s) const;
 
  private:
+  class Lease;
   // One attempt at byte `pos` with PCRE2 options `opts`, using match data
   // `md` (a pcre2_match_data_8 made for this pattern).
   std::optional<Match> exec(std::string_view s, size_t pos, uint32_t opts, void* md) const;
+  // The compiled form to match with: the machine-code copy once it exists.
+  void* code_for_match() const;
 
-  void* code_ = nullptr;  // pcre2_code_8
+  void* code_ = nullptr;  // pcre2_code_8, interpreted
+  // Compiling to machine code costs more than a few dozen interpreted
+  // matches, and most patterns of a small prototype run only a few times:
+  // a copy is compiled by the call that reaches kJitAfter uses, and
+  // published for every later call. Both copies live until the destructor.
+  static constexpr uint32_t kJitAfter = 32;
+  mutable std::atomic<uint32_t> uses_{0};
+  mutable std::atomic<void*> jit_{nullptr};
+  // One match data block kept for the next call, so that a call allocates
+  // only when another thread holds the block.
+  mutable std::atomic<void*> spare_{nullptr};
 };
 
 }  // namespace pagefold

@@ -172,6 +172,8 @@ void append_utf8(std::string& out, char32_t c) {
   }
 }
 
+char32_t decode_next(std::string_view s, size_t& i) { return next(s, i); }
+
 std::u32string to_u32(std::string_view s) {
   std::u32string out;
   out.reserve(s.size());
@@ -240,9 +242,7 @@ std::string slice(std::string_view s, size_t start, size_t n) {
   return std::string(s.substr(b, e - b));
 }
 
-bool is_space(char32_t c) {
-  // General category Zs, or bidirectional class WS, B or S (29 code points).
-  if (c < 0x80) return (c >= 0x09 && c <= 0x0D) || (c >= 0x1C && c <= 0x20);
+bool is_space_beyond_ascii(char32_t c) {
   switch (c) {
     case 0x85:
     case 0xA0:
@@ -258,7 +258,46 @@ bool is_space(char32_t c) {
   }
 }
 
-std::string strip(std::string_view s) { return rstrip_if(lstrip_if(s, is_space), is_space); }
+std::string collapse_space(std::string_view s) {
+  std::string out;
+  out.reserve(s.size());
+  size_t run = 0;  // start of the pending run without whitespace
+  for (size_t i = 0; i < s.size();) {
+    size_t j = i;
+    if (!is_space(next(s, j))) {
+      i = j;
+      continue;
+    }
+    out.append(s, run, i - run);
+    out.push_back(' ');
+    while (i < s.size()) {
+      j = i;
+      if (!is_space(next(s, j))) break;
+      i = j;
+    }
+    run = i;
+  }
+  out.append(s, run, s.size() - run);
+  return out;
+}
+
+std::string strip(std::string_view s) {
+  // Both ends found first, so that the result is made once.
+  size_t b = 0;
+  while (b < s.size()) {
+    size_t j = b;
+    if (!is_space(next(s, j))) break;
+    b = j;
+  }
+  size_t e = s.size();
+  while (e > b) {
+    size_t p = prev_start(s, e);
+    size_t j = p;
+    if (!is_space(next(s, j))) break;
+    e = p;
+  }
+  return std::string(s.substr(b, e - b));
+}
 
 std::string strip_chars(std::string_view s, std::string_view chars) {
   auto in = [chars](char32_t c) { return in_chars(c, chars); };
@@ -353,6 +392,12 @@ bool ends_with(std::string_view s, std::string_view p) {
 }
 
 bool contains(std::string_view s, std::string_view p) { return s.find(p) != std::string::npos; }
+
+bool contains_any(std::string_view s, std::initializer_list<std::string_view> ps) {
+  for (std::string_view p : ps)
+    if (s.find(p) != std::string_view::npos) return true;
+  return false;
+}
 
 std::string replace_all(std::string_view s, std::string_view from, std::string_view to) {
   std::string out;

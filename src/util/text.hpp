@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <initializer_list>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -11,6 +12,9 @@ namespace pagefold::text {
 
 // Decodes valid UTF-8 (callers validate input once at the door).
 std::u32string to_u32(std::string_view s);
+// The code point at byte `i` of `s`, advancing `i` past it (a broken sequence
+// reads as U+FFFD, one byte at a time, as in to_u32).
+char32_t decode_next(std::string_view s, size_t& i);
 std::string to_utf8(std::u32string_view s);
 std::string to_utf8(char32_t c);
 // Appends the UTF-8 encoding of `c` to `out`.
@@ -22,9 +26,17 @@ size_t length(std::string_view s);
 // Code points [start, start + n) of `s`, clipped to its length.
 std::string slice(std::string_view s, size_t start, size_t n = std::string::npos);
 
-// Unicode whitespace: general category Zs, or bidirectional class WS, B or S.
-bool is_space(char32_t c);
+// Unicode whitespace: general category Zs, or bidirectional class WS, B or S
+// (29 code points). ASCII is answered inline: nearly every character asked
+// about is ASCII.
+bool is_space_beyond_ascii(char32_t c);
+inline bool is_space(char32_t c) {
+  if (c < 0x80) return (c >= 0x09 && c <= 0x0D) || (c >= 0x1C && c <= 0x20);
+  return is_space_beyond_ascii(c);
+}
 std::string strip(std::string_view s);
+// Every run of whitespace replaced by one space, as the pattern "\s+" would.
+std::string collapse_space(std::string_view s);
 // Strips the given ASCII characters (not whitespace) from one or both ends.
 std::string strip_chars(std::string_view s, std::string_view chars);
 std::string rstrip_chars(std::string_view s, std::string_view chars);
@@ -44,6 +56,8 @@ std::string ascii_lower(std::string_view s);
 bool starts_with(std::string_view s, std::string_view p);
 bool ends_with(std::string_view s, std::string_view p);
 bool contains(std::string_view s, std::string_view p);
+// Whether any of `ps` occurs in `s`.
+bool contains_any(std::string_view s, std::initializer_list<std::string_view> ps);
 std::string replace_all(std::string_view s, std::string_view from, std::string_view to);
 
 // Decimal value of a Unicode decimal digit (category Nd), or -1.

@@ -33,6 +33,11 @@ TEST_F(CommonAttrs, CaptionCleansAndCountsPerType) {
   EXPECT_EQ(controls._caption(ctx, "button", {{"data-caption", "9 lives"}}), "_9_lives");
   EXPECT_EQ(controls._caption(ctx, "button", {{"data-caption", "确定 ok"}}), "___ok");
   EXPECT_EQ(controls._caption(ctx, "button", {{"data-caption", "_a-b"}}), "_a_b");
+  // One "_" for each character, whatever its length in bytes.
+  EXPECT_EQ(controls._caption(ctx, "button", {{"data-caption", "é😀x"}}), "__x");
+  EXPECT_EQ(controls._caption(ctx, "button", {{"data-caption", "0"}}), "_0");
+  EXPECT_EQ(controls._caption(ctx, "button", {{"data-caption", "Zz09_"}}), "Zz09_");
+  EXPECT_EQ(controls._caption(ctx, "button", {{"data-caption", "@[`{"}}), "____");
   EXPECT_EQ(controls._caption(ctx, "button", {}), "Button3");
 }
 

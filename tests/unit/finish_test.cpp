@@ -34,6 +34,119 @@ TEST(FinalizeLayout, TextControlsWithoutTextSizeOrBoxAreLeftAlone) {
   EXPECT_TRUE(warnings.empty());
 }
 
+// Characters below U+2E80 count 0.55 when they are word characters, digits
+// or brackets (in any script) and 0.6 otherwise; from U+2E80 on a full em.
+// Ten characters at font size 100: w = trunc(units * 100 * 1.1) + 16, the
+// units summed one character at a time (ten times 0.55 is 5.499999999999999).
+TEST(FinalizeLayout, TextWidthCountsEachCharacterByItsClass) {
+  const std::pair<std::string, int64_t> cases[] = {
+      {"aaaaaaaaaa", 620},  // word characters: 0.55 each
+      {"éééééééééé", 620},  // letters beyond ASCII too
+      {"٣٣٣٣٣٣٣٣٣٣", 620},  // Arabic-Indic digits
+      {"((((((((((", 620},  // brackets
+      {"----------", 675},  // punctuation: 0.6 each
+      {"——————————", 675},  // U+2014
+      {"\u2e7f\u2e7f\u2e7f\u2e7f\u2e7f\u2e7f\u2e7f\u2e7f\u2e7f\u2e7f", 675},    // the last below
+      {"\u2e80\u2e80\u2e80\u2e80\u2e80\u2e80\u2e80\u2e80\u2e80\u2e80", 1116}};  // the first em
+  for (const auto& [text, want] : cases) {
+    Value data = J(R"({"resolution": {"height": 272, "width": 4800},
+      "textview__1": {"fontSize": 100, "position": {"height": 1, "left": 0, "top": 0, "width": 1}}})");
+    data["textview__1"]["text"] = text;
+    std::vector<std::string> warnings;
+    _finalize_layout(data, warnings);
+    EXPECT_EQ(data["textview__1"]["position"]["width"], Value(want)) << text;
+  }
+}
+
+// Every growing box is measured against its own nearest window, wherever it
+// stands in the page; a box outside any window against the page.
+TEST(FinalizeLayout, EachGrowingBoxIsBoundByItsOwnWindow) {
+  Value data = J(R"({"resolution": {"height": 480, "width": 800},
+    "window__1": {"position": {"height": 100, "left": 0, "top": 0, "width": 60},
+      "textview__2": {"text": "ab", "fontSize": 10, "position": {"height": 20, "left": 40, "top": 0, "width": 1}},
+      "window__3": {"position": {"height": 100, "left": 0, "top": 0, "width": 0},
+        "textview__4": {"text": "ab", "fontSize": 10, "position": {"height": 20, "left": 790, "top": 0, "width": 1}}},
+      "listview__5": {"position": {"height": 100, "left": 0, "top": 0, "width": 10},
+        "textview__6": {"text": "ab", "fontSize": 10, "position": {"height": 20, "left": 0, "top": 0, "width": 1}}}},
+    "textview__7": {"text": "ab", "fontSize": 10, "position": {"height": 20, "left": 780, "top": 0, "width": 1}}})");
+  std::vector<std::string> warnings;
+  _finalize_layout(data, warnings);
+  // 28 wide: textview__2 ends at 68 > 60; textview__4 in a window of width 0
+  // is bound by the page (800) and ends at 818; textview__6 fits its window
+  // (the list view counts for nothing); textview__7 ends at 808 > 800.
+  EXPECT_EQ(data["window__1"]["textview__2"]["position"]["width"], Value(1));
+  EXPECT_EQ(data["window__1"]["window__3"]["textview__4"]["position"]["width"], Value(1));
+  EXPECT_EQ(data["window__1"]["listview__5"]["textview__6"]["position"]["width"], Value(28));
+  EXPECT_EQ(data["textview__7"]["position"]["width"], Value(1));
+  ASSERT_EQ(warnings.size(), 3u);
+  EXPECT_NE(warnings[0].find("textview__2()"), std::string::npos);
+  EXPECT_NE(warnings[0].find("超出容器(60px)"), std::string::npos);
+  EXPECT_NE(warnings[1].find("超出容器(800px)"), std::string::npos);
+  EXPECT_NE(warnings[2].find("textview__7()"), std::string::npos);
+  EXPECT_NE(warnings[2].find("超出容器(800px)"), std::string::npos);
+}
+
+// Merged windows: every page shares the root, and the pages' passes say what
+// one pass after another would say, grown boxes and repeated warnings alike.
+TEST(FinalizePages, OnePageAfterAnotherOnOneRoot) {
+  const std::string page = R"({"resolution": {"height": 480, "width": 800},
+    "window__1": {"position": {"height": 480, "left": 0, "top": 0, "width": 800},
+      "textview__2": {"text": "ab", "fontSize": 10, "position": {"height": 1, "left": 790, "top": 0, "width": 1}},
+      "textview__3": {"text": "ab", "fontSize": 10, "position": {"height": 1, "left": 0, "top": 0, "width": 1}}},
+    "window__4": {"position": {"height": 480, "left": 0, "top": 0, "width": 800}},
+    "textview__5": {"text": "abc", "fontSize": 12, "position": {"height": 20, "left": 0, "top": 0, "width": 1}}})";
+  // With `shared`, the first window's position is the position of a box
+  // that grows after the window's children were measured, so the second
+  // pass measures against a wider window than the first and warns
+  // differently.
+  auto make = [&](bool shared) {
+    Value root = J(page);
+    if (shared) root["window__1"]["position"] = root["textview__5"]["position"];
+    return root;
+  };
+  for (bool shared : {false, true}) {
+    for (size_t pages : {size_t{1}, size_t{2}, size_t{3}, size_t{5}}) {
+      Value expected = make(shared);
+      std::vector<std::string> want;
+      for (size_t i = 0; i < pages; ++i) _finalize_layout(expected, want);
+      Value root = make(shared);
+      std::vector<std::string> got = {"earlier"};
+      _finalize_pages(std::vector<Value>(pages, root), got);
+      EXPECT_JSON(root, expected);
+      want.insert(want.begin(), "earlier");
+      EXPECT_EQ(got, want) << pages << (shared ? " shared" : "");
+    }
+  }
+  std::vector<std::string> once, twice;
+  Value root = make(true);
+  _finalize_layout(root, once);
+  _finalize_layout(root, twice);
+  EXPECT_NE(once, twice);  // the case above really changes between passes
+  // Separate roots each get their own pass.
+  Value a = J(page), b = J(page);
+  std::vector<std::string> got;
+  _finalize_pages({a, b, a}, got);
+  EXPECT_EQ(got.size(), 6u);
+}
+
+// A record met twice (one record in two windows) is bound where its key is
+// first met, both times.
+TEST(FinalizeLayout, ARecordMetTwiceIsBoundByTheWindowOfItsFirstPlace) {
+  Value data = J(R"({"resolution": {"height": 480, "width": 800},
+    "window__1": {"position": {"height": 100, "left": 0, "top": 0, "width": 60}},
+    "window__3": {"position": {"height": 100, "left": 0, "top": 0, "width": 800}}})");
+  const Value box = J(
+      R"({"text": "ab", "fontSize": 10, "position": {"height": 20, "left": 40, "top": 0, "width": 1}})");
+  data["window__1"]["textview__9"] = box;
+  data["window__3"]["textview__9"] = box;
+  std::vector<std::string> warnings;
+  _finalize_layout(data, warnings);
+  ASSERT_EQ(warnings.size(), 2u);
+  EXPECT_EQ(warnings[0], warnings[1]);
+  EXPECT_NE(warnings[1].find("超出容器(60px)"), std::string::npos) << warnings[1];
+  EXPECT_EQ(box.get("position").get("width"), Value(1));
+}
+
 TEST(FinalizeLayout, CoveringNeedsTwoPageSizedWindowsOverlappingMoreThanAThird) {
   // Windows 70% of the screen wide: (left of the second, warned).
   for (const auto& [left, warned] : {std::pair{300, false}, std::pair{144, true}}) {

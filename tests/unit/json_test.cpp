@@ -5,7 +5,9 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <string>
 #include <string_view>
+#include <vector>
 
 #include "pagefold/error.hpp"
 #include "pagefold/json.hpp"
@@ -96,6 +98,48 @@ TEST(JsonValue, KeyOrderOnSetEraseAndReset) {
   EXPECT_FALSE(o.contains("zz"));
   EXPECT_TRUE(Value(5).get("a").is_null());
   EXPECT_THROW(Value(5)["a"], Failure);
+}
+
+// Large maps keep an index beside their items: found, set, erased and
+// iterated as small ones are, on both sides of the size where it starts.
+TEST(JsonValue, LargeMapsKeepOrderThroughTheIndex) {
+  for (size_t n :
+       {Object::kIndexFrom - 1, Object::kIndexFrom, Object::kIndexFrom + 1, size_t{300}}) {
+    Object o;
+    std::vector<std::string> model;
+    for (size_t i = 0; i < n; ++i) {
+      const std::string k = "textview__" + std::to_string(i);
+      o[k] = static_cast<int64_t>(i);
+      model.push_back(k);
+    }
+    o.set("textview__0", -1);  // keeps its place
+    o.setdefault("textview__1", 99);
+    // Erase the first key and every seventh one, then set the first again.
+    for (size_t i = 0; i < n; i += 7) {
+      EXPECT_TRUE(o.erase(model[i]));
+      EXPECT_FALSE(o.erase(model[i]));
+    }
+    for (size_t i = 0; i < n; i += 7) model[i].clear();
+    o.set("textview__0", 7);
+    model.erase(std::remove(model.begin(), model.end(), std::string()), model.end());
+    model.push_back("textview__0");
+    std::vector<std::string> keys;
+    for (const auto& [k, v] : o) keys.push_back(k);
+    EXPECT_EQ(keys, model) << n;
+    for (size_t i = 0; i < model.size(); ++i) {
+      ASSERT_NE(o.find(model[i]), nullptr) << model[i];
+      EXPECT_EQ(&o.items()[i].second, o.find(model[i]));
+    }
+    EXPECT_EQ(o.get("textview__0"), Value(7));
+    EXPECT_EQ(o.get("textview__1"), n > 1 ? Value(1) : Value());
+    EXPECT_FALSE(o.contains("textview__7"));
+    EXPECT_FALSE(o.contains("textview"));
+    Object copy = o;  // a copy answers from its own index
+    copy.set("extra", 1);
+    EXPECT_TRUE(copy.contains("extra"));
+    EXPECT_FALSE(o.contains("extra"));
+    EXPECT_EQ(copy.find("textview__0")->as_int(), 7);
+  }
 }
 
 TEST(JsonValue, TruthinessAndEquality) {

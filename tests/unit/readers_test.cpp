@@ -3,7 +3,11 @@
 
 #include <gtest/gtest.h>
 
+#include "front/checked.hpp"
 #include "pagefold/error.hpp"
+#include "util/num.hpp"
+#include "util/regex.hpp"
+#include "util/text.hpp"
 
 namespace pagefold {
 namespace {
@@ -80,6 +84,100 @@ TEST(StyleReaders, PropertyPatternLengthsAndPositions) {
   EXPECT_EQ(_style_len_ref("width:x%", "width", 200), nullopt);
   EXPECT_EQ(_style_len_ref("width:inherit", "width", 200), nullopt);
   EXPECT_EQ(dump(_style_pos("left:10px;top:-4px;width:50%;height:auto"), 0), "{\n\"left\": 10\n}");
+}
+
+// The readers scan style strings and pixel values by hand; the patterns they
+// stand for decide. Every case is compared with the pattern's own answer.
+TEST(StyleReaders, ScannersAgreeWithThePatterns) {
+  const std::string styles[] = {"width:10px",
+                                "width :10px",
+                                " width: 10px",
+                                ";width:1",
+                                ";;width:2;",
+                                "x:1;width:3",
+                                "border-width:3px;width:4",
+                                "width-x:1;width:5",
+                                "width",
+                                "width:",
+                                "width:;width:6",
+                                "width: ",
+                                "width:  ;x:1",
+                                "width:\u3000",
+                                "width:\u3000\u3000;",
+                                "width:\u00a0 7 ",
+                                "\u3000width\u3000:\u30008",
+                                "widthx:1",
+                                "WIDTH:9",
+                                "x:1;\u00a0width:\t10\n",
+                                "",
+                                "a:b;width:中文;",
+                                "width:\x1c",
+                                "width:\xc2\x85;"};
+  const Regex pattern(R"((?:^|;)\s*width\s*:\s*([^;]+))");
+  for (const std::string& style : styles) {
+    auto m = pattern.search(style);
+    const OptStr want = m ? OptStr(m->str(1)) : nullopt;
+    EXPECT_EQ(style_prop(style, "width"), want) << style;
+  }
+  EXPECT_EQ(style_prop(nullopt, "width"), nullopt);
+  // The background reader tries "background-color" before "background" at
+  // each place, and a gradient is no colour.
+  const std::pair<std::string, OptInt> backgrounds[] = {
+      {"background:#102030", 0x102030},
+      {"background-color:#0a0b0c", 0x0a0b0c},
+      {"background-colour:#1;background:#2", 2},
+      {"background :  #ff ", 255},
+      {"background:linear-gradient(#000,#fff)", nullopt},
+      {"color:#1", nullopt}};
+  for (const auto& [style, want] : backgrounds)
+    EXPECT_EQ(_bg_color({{"style", style}}), want) << style;
+  EXPECT_EQ(_font_size({{"style", "color:#1; font-size : 18px"}}), 18);
+  EXPECT_EQ(_font_size({{"style", "font-size:\u3000"}}), nullopt);
+}
+
+TEST(ParsePx, ScannerAgreesWithThePattern) {
+  const Regex pattern(R"(^([\d.]+)(?:px?)?$)");
+  const std::string values[] = {"0",     "12",  "12px",    "12p",  "12pxx",  "12x",
+                                "px",    "p",   ".",       "1.2",  "1.2.3",  "..",
+                                "12 px", "1２", "１.５px", "12PX", "12\npx", ""};
+  for (const std::string& v : values) {
+    OptInt want;
+    bool raised = false;
+    try {
+      const std::string t = text::strip(v);
+      if (auto m = pattern.match(t)) want = checked::trunc(num::to_real(m->group(1)));
+    } catch (const Failure&) {
+      raised = true;
+    }
+    if (raised) {
+      EXPECT_THROW(parse_px(v), Failure) << v;
+    } else {
+      EXPECT_EQ(parse_px(v), want) << v;
+    }
+  }
+}
+
+TEST(Attributes, HasClassAgreesWithTheClassSet) {
+  const OptStr values[] = {"screen",  " screen ",      "a screen b",    "screens",
+                           "xscreen", "a\u3000screen", "screen\u00a0x", "Screen",
+                           "",        "\t\nscreen\r",  nullopt};
+  for (const OptStr& v : values) {
+    const Attrs attrs = {{"id", "screen"}, {"CLASS", v}, {"class", "screen"}};
+    EXPECT_EQ(has_class(attrs, "screen"), _classes(attrs).count("screen") == 1)
+        << v.value_or("<absent>");
+  }
+  EXPECT_FALSE(has_class({}, "screen"));
+}
+
+TEST(Attributes, NamesCompareWithoutCaseAsciiOrNot) {
+  const Attrs attrs = {{"data-fontsize", "1"}, {"data-é", "2"}, {"k", "3"}, {"data-x", "4"}};
+  EXPECT_EQ(_attr(attrs, "data-fontSize"), "1");
+  EXPECT_EQ(_attr(attrs, "DATA-É"), "2");
+  EXPECT_EQ(_attr(attrs, "\u212a"), "3");  // KELVIN SIGN lower-cases to "k"
+  EXPECT_EQ(_attr(attrs, "data-x"), "4");
+  EXPECT_EQ(_attr(attrs, "data-"), nullopt);
+  EXPECT_EQ(_attr(attrs, "data-xy"), nullopt);
+  EXPECT_EQ(_attr(attrs, "data-x\u00e9"), nullopt);
 }
 
 TEST(Attributes, FirstPairAnyCaseValuelessAbsentAndGlyphs) {

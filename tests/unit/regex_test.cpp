@@ -2,6 +2,9 @@
 // find-all/sub/split walk over empty matches, and deep backtracking.
 #include <gtest/gtest.h>
 
+#include <functional>
+#include <thread>
+
 #include "pagefold/error.hpp"
 #include "util/regex.hpp"
 
@@ -62,6 +65,29 @@ TEST(RegexWalk, FindAllSubAndSplitOverEmptyMatches) {
   EXPECT_EQ(all(lazy, "<a><b>", 1), (V{"a", "b"}));
   EXPECT_EQ(outside.split("rgb(1,2,3), red"), (V{"rgb(1,2,3)", " red"}));
   EXPECT_THROW(Regex("(unclosed"), Failure);
+}
+
+// A pattern is interpreted at first and switched to machine code by a later
+// call, and each call borrows the pattern's one spare match block: two
+// threads using one pattern across the switch get every answer right.
+TEST(RegexThreads, OnePatternOnTwoThreadsAcrossTheSwitchToMachineCode) {
+  const Regex re(R"((\d+)-(\w+))");
+  const std::string subject = "a 12-ab b 7-中 c";
+  auto work = [&](int rounds, int& wrong) {
+    for (int i = 0; i < rounds; ++i) {
+      auto m = re.search(subject);
+      if (!m || m->str(1) != "12" || m->str(2) != "ab") ++wrong;
+      if (all(re, subject, 2) != V{"ab", "中"}) ++wrong;
+      if (re.match(subject)) ++wrong;
+    }
+  };
+  int wrong_a = 0, wrong_b = 0;
+  std::thread a(work, 300, std::ref(wrong_a));
+  std::thread b(work, 300, std::ref(wrong_b));
+  a.join();
+  b.join();
+  EXPECT_EQ(wrong_a, 0);
+  EXPECT_EQ(wrong_b, 0);
 }
 
 TEST(RegexLimits, DeepBacktrackAndLongFindAll) {
