@@ -45,15 +45,7 @@ void write_plain(const std::string& path, const std::string& bytes) {
 
 }  // namespace
 
-[[noreturn]] void raise_os_error(int err, const std::string& path) {
-  const char* type = err == ENOENT                     ? "FileNotFoundError"
-                     : (err == EACCES || err == EPERM) ? "PermissionError"
-                     : err == EISDIR                   ? "IsADirectoryError"
-                     : err == ENOTDIR                  ? "NotADirectoryError"
-                                                       : "OSError";
-  throw Failure(type,
-                "[Errno " + std::to_string(err) + "] " + std::strerror(err) + ": '" + path + "'");
-}
+[[noreturn]] void raise_os_error(int err, const std::string& path) { throw OSError(err, path); }
 
 std::string target_path(const std::string& d, const std::string& name) {
   if (name.empty() || name == "." || name == ".." || name.find('/') != std::string::npos ||

@@ -240,15 +240,7 @@ Image I_open(const std::string& path) {
 
 namespace img {
 
-[[noreturn]] void raise_os_error(int err, const std::string& path) {
-  const char* type = err == ENOENT                     ? "FileNotFoundError"
-                     : (err == EACCES || err == EPERM) ? "PermissionError"
-                     : err == EISDIR                   ? "IsADirectoryError"
-                     : err == ENOTDIR                  ? "NotADirectoryError"
-                                                       : "OSError";
-  throw Failure(type,
-                "[Errno " + std::to_string(err) + "] " + std::strerror(err) + ": '" + path + "'");
-}
+[[noreturn]] void raise_os_error(int err, const std::string& path) { throw OSError(err, path); }
 
 std::string read_bytes(const std::string& path) {
   std::FILE* f = std::fopen(path.c_str(), "rb");

@@ -312,11 +312,11 @@ int PageCommit::Journal::open_place(const std::string& place, const std::string&
     if (mkdir(it->c_str(), 0777) != 0) {
       const int err = errno;
       s->state.store(0);
-      if (err != EEXIST) throw os_failure(err, dirname(abspath(path)));
+      if (err != EEXIST) throw OSError(err, dirname(abspath(path)));
     }
   }
   const int fd = open(abs.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-  if (fd < 0) throw os_failure(errno, dirname(abspath(path)));
+  if (fd < 0) throw OSError(errno, dirname(abspath(path)));
   fds.push_back(fd);
   place_fds[abs] = fd;
   return fd;
@@ -346,7 +346,7 @@ void PageCommit::Journal::write_staged(Step& s, const std::string& path, mode_t 
     if (fd < 0 && (errno != EEXIST || attempt == 100)) {
       const int err = errno;
       s.state.store(NOTHING);
-      throw os_failure(err, path);
+      throw OSError(err, path);
     }
   }
   struct Closer {
@@ -360,7 +360,7 @@ void PageCommit::Journal::write_staged(Step& s, const std::string& path, mode_t 
     while (!piece.empty()) {
       const ssize_t n = write(fd, piece.data(), piece.size());
       if (n < 0 && errno == EINTR) continue;
-      if (n < 0) throw os_failure(errno, path);
+      if (n < 0) throw OSError(errno, path);
       piece.remove_prefix(static_cast<size_t>(n));
     }
   });
@@ -371,13 +371,13 @@ void PageCommit::Journal::write_staged(Step& s, const std::string& path, mode_t 
       // Not ours to give away: the page stays the writer's, with the same bits.
     }
   }
-  if (fchmod(fd, mode) != 0) throw os_failure(errno, path);
+  if (fchmod(fd, mode) != 0) throw OSError(errno, path);
   struct stat st;
-  if (fstat(fd, &st) != 0) throw os_failure(errno, path);
+  if (fstat(fd, &st) != 0) throw OSError(errno, path);
   s.staged = FileId{st.st_dev, st.st_ino};
   const int closing = fd;
   fd = -1;
-  if (close(closing) != 0 && errno != EINTR) throw os_failure(errno, path);
+  if (close(closing) != 0 && errno != EINTR) throw OSError(errno, path);
   s.state.store(STAGED);
 }
 
@@ -396,7 +396,7 @@ void PageCommit::Journal::keep(Step& s, const std::string& path) {
     }
     if (err != EEXIST || attempt == 100) {
       s.keeping.store(0);
-      throw os_failure(err, path);
+      throw OSError(err, path);
     }
   }
 }
@@ -417,7 +417,7 @@ std::string PageCommit::stage(const std::string& place, const std::string& name,
   if (path.find('\0') != std::string::npos) throw ValueError("embedded null byte");
   // Page ids never hold a path separator; a name that did would leave the
   // directory this commit opened.
-  if (name.empty() || name.find('/') != std::string::npos) throw os_failure(EINVAL, path);
+  if (name.empty() || name.find('/') != std::string::npos) throw OSError(EINVAL, path);
   try {
     run_hook(CommitStep::Stage, j.files.size());
     j.guard();
@@ -427,10 +427,10 @@ std::string PageCommit::stage(const std::string& place, const std::string& name,
     struct stat old;
     bool replaces = false;
     if (fstatat(dirfd, name.c_str(), &old, AT_SYMLINK_NOFOLLOW) == 0) {
-      if (S_ISDIR(old.st_mode)) throw os_failure(EISDIR, path);
+      if (S_ISDIR(old.st_mode)) throw OSError(EISDIR, path);
       replaces = S_ISREG(old.st_mode);
     } else if (errno != ENOENT) {
-      throw os_failure(errno, path);
+      throw OSError(errno, path);
     }
     j.refuse_input(dirfd, name, path);
     const mode_t mode = replaces ? (old.st_mode & 07777) : (0666 & ~j.umask_bits);
@@ -458,15 +458,15 @@ void PageCommit::commit() {
       j.stop_if_signalled();
       struct stat now;
       if (fstatat(s.dirfd, s.name.c_str(), &now, AT_SYMLINK_NOFOLLOW) == 0) {
-        if (S_ISDIR(now.st_mode)) throw os_failure(EISDIR, path);
+        if (S_ISDIR(now.st_mode)) throw OSError(EISDIR, path);
         j.keep(s, path);
       } else if (errno != ENOENT) {
-        throw os_failure(errno, path);
+        throw OSError(errno, path);
       }
       run_hook(CommitStep::Replace, i);
       j.stop_if_signalled();
       s.state.store(Journal::REPLACING);
-      if (renameat(s.dirfd, s.temp, s.dirfd, s.name.c_str()) != 0) throw os_failure(errno, path);
+      if (renameat(s.dirfd, s.temp, s.dirfd, s.name.c_str()) != 0) throw OSError(errno, path);
     }
     j.stop_if_signalled();
   } catch (...) {

@@ -37,33 +37,4 @@ std::string join(const std::string& a, const std::string& b) {
   return a + "/" + b;
 }
 
-Failure os_failure(int err, const std::string& path) {
-  std::string type = "OSError";
-  switch (err) {
-    case EACCES:
-    case EPERM:
-      type = "PermissionError";
-      break;
-    case ENOENT:
-      type = "FileNotFoundError";
-      break;
-    case EISDIR:
-      type = "IsADirectoryError";
-      break;
-    case ENOTDIR:
-      type = "NotADirectoryError";
-      break;
-    case EEXIST:
-      type = "FileExistsError";
-      break;
-    case EINTR:
-      type = "InterruptedError";
-      break;
-    default:
-      break;
-  }
-  return Failure(type,
-                 "[Errno " + std::to_string(err) + "] " + std::strerror(err) + ": '" + path + "'");
-}
-
 }  // namespace pagefold

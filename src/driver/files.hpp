@@ -1,5 +1,5 @@
-// Paths and failures of the file system, as the entry point and the page
-// commit name them.
+// Paths as the entry point and the page commit handle them; their failures
+// are the OSError family of pagefold/error.hpp.
 #pragma once
 
 #include <string>
@@ -15,10 +15,5 @@ std::string abspath(const std::string& p);
 std::string dirname(const std::string& p);
 std::string basename(const std::string& p);
 std::string join(const std::string& a, const std::string& b);
-
-// A failure of the file system for `path`, named by its error number as a
-// script would name it: "[Errno 21] Is a directory: 'out/a.json'" as an
-// IsADirectoryError.
-Failure os_failure(int err, const std::string& path);
 
 }  // namespace pagefold

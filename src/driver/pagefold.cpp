@@ -51,46 +51,10 @@ std::string with_extension(const std::string& p, const std::string& ext) {
 
 // ---- reading
 
-// Offset of the first byte that breaks strict UTF-8 (no overlongs, no
-// surrogates, nothing above U+10FFFF), or npos.
-size_t invalid_utf8_at(const std::string& s) {
-  const auto* b = reinterpret_cast<const unsigned char*>(s.data());
-  const size_t n = s.size();
-  size_t i = 0;
-  while (i < n) {
-    unsigned char c = b[i];
-    if (c < 0x80) {
-      ++i;
-      continue;
-    }
-    size_t len;
-    unsigned char lo = 0x80, hi = 0xBF;
-    if (c >= 0xC2 && c <= 0xDF) {
-      len = 2;
-    } else if (c >= 0xE0 && c <= 0xEF) {
-      len = 3;
-      if (c == 0xE0) lo = 0xA0;
-      if (c == 0xED) hi = 0x9F;
-    } else if (c >= 0xF0 && c <= 0xF4) {
-      len = 4;
-      if (c == 0xF0) lo = 0x90;
-      if (c == 0xF4) hi = 0x8F;
-    } else {
-      return i;
-    }
-    if (i + 1 >= n || b[i + 1] < lo || b[i + 1] > hi) return i;
-    for (size_t k = 2; k < len; ++k) {
-      if (i + k >= n || b[i + k] < 0x80 || b[i + k] > 0xBF) return i;
-    }
-    i += len;
-  }
-  return std::string::npos;
-}
-
 // Prototype text as the converter reads it: strict UTF-8 (`origin` names it in
 // the failure), without a byte-order mark, every line break a line feed.
 std::string decode_text(const std::string& raw, const std::string& origin) {
-  size_t bad = invalid_utf8_at(raw);
+  size_t bad = text::invalid_utf8_at(raw);
   if (bad != std::string::npos) {
     throw Failure("UnicodeDecodeError", origin + ": invalid UTF-8 at byte " + std::to_string(bad));
   }
@@ -112,11 +76,11 @@ std::string decode_text(const std::string& raw, const std::string& origin) {
 
 std::string read_text(const std::string& path) {
   std::ifstream in(path, std::ios::binary);
-  if (!in) throw os_failure(errno ? errno : EIO, path);
+  if (!in) throw OSError(errno ? errno : EIO, path);
   std::string raw;
   char block[1 << 16];
   while (in.read(block, sizeof block) || in.gcount() > 0) raw.append(block, in.gcount());
-  if (in.bad()) throw os_failure(EIO, path);
+  if (in.bad()) throw OSError(EIO, path);
   return decode_text(raw, path);
 }
 

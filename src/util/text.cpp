@@ -194,38 +194,38 @@ std::string to_utf8(char32_t c) {
   return out;
 }
 
-bool valid_utf8(std::string_view s) {
-  size_t i = 0;
+size_t invalid_utf8_at(std::string_view s) {
+  const auto* b = reinterpret_cast<const unsigned char*>(s.data());
   const size_t n = s.size();
+  size_t i = 0;
   while (i < n) {
-    const unsigned char b = static_cast<unsigned char>(s[i]);
-    if (b < 0x80) {
+    const unsigned char c = b[i];
+    if (c < 0x80) {
       ++i;
       continue;
     }
-    auto cont = [&](size_t k) {
-      return i + k < n && (static_cast<unsigned char>(s[i + k]) & 0xC0) == 0x80;
-    };
-    if (b >= 0xC2 && b <= 0xDF) {
-      if (!cont(1)) return false;
-      i += 2;
-    } else if (b >= 0xE0 && b <= 0xEF) {
-      if (!cont(1) || !cont(2)) return false;
-      const unsigned char t = static_cast<unsigned char>(s[i + 1]);
-      if (b == 0xE0 && t < 0xA0) return false;   // overlong
-      if (b == 0xED && t >= 0xA0) return false;  // surrogate
-      i += 3;
-    } else if (b >= 0xF0 && b <= 0xF4) {
-      if (!cont(1) || !cont(2) || !cont(3)) return false;
-      const unsigned char t = static_cast<unsigned char>(s[i + 1]);
-      if (b == 0xF0 && t < 0x90) return false;   // overlong
-      if (b == 0xF4 && t >= 0x90) return false;  // beyond U+10FFFF
-      i += 4;
+    size_t len;
+    unsigned char lo = 0x80, hi = 0xBF;  // the second byte's range
+    if (c >= 0xC2 && c <= 0xDF) {
+      len = 2;
+    } else if (c >= 0xE0 && c <= 0xEF) {
+      len = 3;
+      if (c == 0xE0) lo = 0xA0;  // overlong below
+      if (c == 0xED) hi = 0x9F;  // surrogates above
+    } else if (c >= 0xF0 && c <= 0xF4) {
+      len = 4;
+      if (c == 0xF0) lo = 0x90;  // overlong below
+      if (c == 0xF4) hi = 0x8F;  // beyond U+10FFFF above
     } else {
-      return false;
+      return i;
     }
+    if (i + 1 >= n || b[i + 1] < lo || b[i + 1] > hi) return i;
+    for (size_t k = 2; k < len; ++k) {
+      if (i + k >= n || b[i + k] < 0x80 || b[i + k] > 0xBF) return i;
+    }
+    i += len;
   }
-  return true;
+  return std::string_view::npos;
 }
 
 size_t length(std::string_view s) {

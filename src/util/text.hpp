@@ -19,8 +19,11 @@ std::string to_utf8(std::u32string_view s);
 std::string to_utf8(char32_t c);
 // Appends the UTF-8 encoding of `c` to `out`.
 void append_utf8(std::string& out, char32_t c);
-// True when `s` is well-formed UTF-8 (no surrogates, no overlongs).
-bool valid_utf8(std::string_view s);
+// Offset of the first byte that breaks strict UTF-8 (an overlong form, a
+// surrogate, anything above U+10FFFF, a sequence cut short), or npos.
+size_t invalid_utf8_at(std::string_view s);
+// True when `s` is well-formed UTF-8.
+inline bool valid_utf8(std::string_view s) { return invalid_utf8_at(s) == std::string_view::npos; }
 
 size_t length(std::string_view s);
 // Code points [start, start + n) of `s`, clipped to its length.

@@ -8,6 +8,7 @@
 
 #include "pagefold/error.hpp"
 #include "tools.hpp"
+#include "util/text.hpp"
 
 #ifndef PAGEFOLD_VERSION
 #define PAGEFOLD_VERSION "0"
@@ -63,39 +64,6 @@ Value result(const Value& id, const Value& r) {
   return Value::object({{"jsonrpc", "2.0"}, {"id", id}, {"result", r}});
 }
 
-// Strict UTF-8: no overlong forms, no surrogates, nothing past U+10FFFF.
-bool valid_utf8(std::string_view s) {
-  size_t i = 0;
-  while (i < s.size()) {
-    const auto c = static_cast<unsigned char>(s[i]);
-    size_t len = 1;
-    unsigned char lo = 0x80, hi = 0xBF;
-    if (c < 0x80) {
-      ++i;
-      continue;
-    } else if (c >= 0xC2 && c <= 0xDF) {
-      len = 2;
-    } else if (c >= 0xE0 && c <= 0xEF) {
-      len = 3;
-      if (c == 0xE0) lo = 0xA0;
-      if (c == 0xED) hi = 0x9F;
-    } else if (c >= 0xF0 && c <= 0xF4) {
-      len = 4;
-      if (c == 0xF0) lo = 0x90;
-      if (c == 0xF4) hi = 0x8F;
-    } else {
-      return false;
-    }
-    if (i + len > s.size()) return false;
-    for (size_t k = 1; k < len; ++k) {
-      const auto b = static_cast<unsigned char>(s[i + k]);
-      if (b < (k == 1 ? lo : 0x80) || b > (k == 1 ? hi : 0xBF)) return false;
-    }
-    i += len;
-  }
-  return true;
-}
-
 bool blank(std::string_view s) { return s.find_first_not_of(" \t\r") == std::string_view::npos; }
 
 }  // namespace
@@ -115,7 +83,8 @@ Value Server::line_too_long(size_t limit) {
 
 std::optional<Value> Server::handle_line(std::string_view line) {
   if (blank(line)) return std::nullopt;
-  if (!valid_utf8(line)) return error(Value(), PARSE_ERROR, "Parse error: message is not UTF-8");
+  if (!text::valid_utf8(line))
+    return error(Value(), PARSE_ERROR, "Parse error: message is not UTF-8");
   Value message;
   try {
     message = parse_json(line);
