@@ -46,15 +46,17 @@ void Convert(benchmark::State& state, const std::string& path) {
   state.SetLabel(path.substr(path.find_last_of('/') + 1));
 }
 
-const std::string kSamples = PAGEFOLD_SAMPLES_DIR;
+// The four shared sample prototypes, as the golden cases keep them.
+const std::string kSamples = std::string(PAGEFOLD_SOURCE_DIR) + "/tests/golden";
 BENCHMARK_CAPTURE(Convert, demo, std::string(PAGEFOLD_SOURCE_DIR) + "/examples/demo.html")
     ->Unit(benchmark::kMillisecond);
-BENCHMARK_CAPTURE(Convert, login, kSamples + "/login.html")->Unit(benchmark::kMillisecond);
-BENCHMARK_CAPTURE(Convert, thermostat, kSamples + "/thermostat.html")
+BENCHMARK_CAPTURE(Convert, login, kSamples + "/sample_login/input.html")
     ->Unit(benchmark::kMillisecond);
-BENCHMARK_CAPTURE(Convert, industrial_hmi, kSamples + "/industrial_hmi.html")
+BENCHMARK_CAPTURE(Convert, thermostat, kSamples + "/sample_thermostat/input.html")
     ->Unit(benchmark::kMillisecond);
-BENCHMARK_CAPTURE(Convert, wifi_setup, kSamples + "/wifi_setup.html")
+BENCHMARK_CAPTURE(Convert, industrial_hmi, kSamples + "/sample_industrial_hmi/input.html")
+    ->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(Convert, wifi_setup, kSamples + "/sample_wifi_setup/input.html")
     ->Unit(benchmark::kMillisecond);
 
 }  // namespace
