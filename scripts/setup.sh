@@ -18,12 +18,12 @@ cd "$(dirname "${BASH_SOURCE[0]}")/.."
 # are built from (python3: the checks of the include direction and of
 # docs/page-format.md; clang-format: the format check); the Python module and
 # its tests (pybind11, pytest); the Debian package (dpkg-shlibdeps from
-# dpkg-dev).
+# dpkg-dev, which CPack runs only where `file` is installed).
 REQUIRED=(
   build-essential g++ cmake pkg-config python3 clang-format
   libpcre2-dev libutf8proc-dev libspng-dev zlib1g-dev
   libgtest-dev libgmock-dev libbenchmark-dev libssl-dev
-  python3-dev python3-pybind11 python3-pytest dpkg-dev
+  python3-dev python3-pybind11 python3-pytest dpkg-dev file
   # The picture plug-in: glyphs and emoji (FreeType, HarfBuzz), spinners
   # (giflib), and the icon and colour emoji fonts it draws from.
   libfreetype-dev libharfbuzz-dev libgif-dev
