@@ -1,7 +1,7 @@
 #!/usr/bin/python3
 """Converts the benchmark prototypes as whole processes and reports time and memory.
 
-  run.py --pagefold PATH --measure PATH [--runs N] [--only NAME,...] [--work DIR]
+  run.py --pagefold PATH --measure PATH [--runs N] [--only NAME,...] [--alone] [--work DIR]
   run.py --pagefold PATH --measure PATH --check [--scale small|full] [--sums FILE]
   run.py --pagefold PATH --measure PATH --record [--scale small|full] [--sums FILE]
 
@@ -13,7 +13,9 @@ Timing mode: each prototype (the generated ones and the four shared samples)
 is converted N times (default 7), every run into a fresh output directory, and
 the median wall time, the median CPU time (user + system) and the largest
 peak resident memory are printed next to the targets, then the growth factor
-per doubling of the input. Exit status 1 when a conversion fails.
+per doubling of the input. Exit status 1 when a conversion fails. The first
+line says which plug-ins were beside the command: the ones built beside it,
+or none with --alone (a copy of the command in a directory of its own).
 
 --check converts every prototype of the scale once (the many-screen ones
 also as merged windows) and compares a SHA-256 sum over all its output (page
@@ -133,10 +135,7 @@ def check(args, work):
     sums = args.sums or os.path.join(HERE, f"expected-{args.scale}.sha256")
     # The sums are of conversions without plug-ins: a copy of the command in
     # a directory of its own finds none beside it.
-    alone = os.path.join(work, "bin", "pagefold")
-    os.makedirs(os.path.dirname(alone))
-    shutil.copy2(args.pagefold, alone)
-    args.pagefold = alone
+    command_alone(args, work)
     got = digests(args, write_prototypes(work, args.scale), work)
     if args.record:
         with open(sums, "w") as f:
@@ -165,7 +164,24 @@ def fmt_target(name):
     return f"<= {ms:g} ms" + (f", <= {mb:g} MB" if mb else "")
 
 
+PLUGIN_FILES = ["libpagefold_ui_emit.so", "libpagefold_gen_res.so", "libpagefold_gen_res_glyphs.so"]
+
+
+def command_alone(args, work):
+    """Points args.pagefold at a copy of the command in a directory of its
+    own, where it finds no plug-in."""
+    alone = os.path.join(work, "bin", "pagefold")
+    os.makedirs(os.path.dirname(alone))
+    shutil.copy2(args.pagefold, alone)
+    args.pagefold = alone
+
+
 def timing(args, work):
+    if args.alone:
+        command_alone(args, work)
+    here = os.path.dirname(args.pagefold)
+    found = [f for f in PLUGIN_FILES if os.path.exists(os.path.join(here, f))]
+    print("plug-ins beside the command: " + (", ".join(found) if found else "none"))
     paths = write_prototypes(work, "full")
     runs = [(name, path, ()) for name, path in paths.items()]
     # The many screens once more as merged windows: one root for all pages.
@@ -226,6 +242,7 @@ def main():
     )
     ap.add_argument("--runs", type=int, default=7)
     ap.add_argument("--only", help="comma-separated prototype names")
+    ap.add_argument("--alone", action="store_true", help="time the command without plug-ins")
     ap.add_argument("--check", action="store_true", help="compare output sums")
     ap.add_argument("--record", action="store_true", help="write output sums")
     ap.add_argument("--scale", choices=("small", "full"), default="small")
