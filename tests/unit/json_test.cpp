@@ -192,6 +192,26 @@ TEST(JsonParse, KeepsOrderKindsAndEscapes) {
   EXPECT_EQ(parse_json("-9223372036854775808").as_int(), std::numeric_limits<int64_t>::min());
 }
 
+// Texts are read in runs between escapes; a control character or the end of
+// the text inside a run is reported where it stands.
+TEST(JsonParse, StringsInRunsBetweenEscapes) {
+  EXPECT_EQ(parse_json("[\"ab\\\"c中d\\\\e\", \"\", \"x\\ty\"]"),
+            Value(std::make_shared<Array>(Array{"ab\"c中d\\e", "", "x\ty"})));
+  const std::pair<const char*, const char*> bad[] = {
+      {"\"abc\ndef\"", "Invalid control character at: line 1 column 5 (char 4)"},
+      {"\"abcdef", "Unterminated string starting at: line 1 column 1 (char 0)"},
+      {"[\"ab\\\"c中d\\\\e\", \"x\ty\"]",
+       "Invalid control character at: line 1 column 18 (char 17)"}};
+  for (const auto& [text, message] : bad) {
+    try {
+      parse_json(text);
+      ADD_FAILURE() << text;
+    } catch (const Failure& f) {
+      EXPECT_EQ(f.message(), message) << text;
+    }
+  }
+}
+
 TEST(JsonParse, RefusesMalformedText) {
   for (const char* text : {"",
                            "{",
