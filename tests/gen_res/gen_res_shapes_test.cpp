@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstring>
 #include <string>
 #include <vector>
 
@@ -124,6 +125,50 @@ TEST(SampleCounts, AreTheCountsOfEverySampleTested) {
     for (int ss : {1, 2, 3, 4, 16})
       EXPECT_EQ(each(12, 9, s, ss), genres::sample_counts(12, 9, s, ss))
           << s.x0 << " " << s.y0 << " " << s.x1 << " " << s.y1 << " " << s.r << " ss " << ss;
+}
+
+// The blur adds whole rows tap by tap: every value is bit for bit the plain
+// convolution's, taps beyond the plane left out, for planes narrower and
+// shorter than the kernel, a single pixel, zeros, fractions and a sharp edge.
+TEST(GaussianBlur, IsThePlainConvolutionBitForBit) {
+  const auto plain = [](const genres::Plane& p, double sigma) {
+    const int radius = static_cast<int>(std::ceil(sigma * 3.0));
+    std::vector<double> k(size_t(radius) * 2 + 1);
+    double sum = 0;
+    for (int i = -radius; i <= radius; ++i)
+      sum += k[size_t(i + radius)] = std::exp(-(double(i) * i) / (2.0 * sigma * sigma));
+    for (double& x : k) x /= sum;
+    genres::Plane tmp(p.w, p.h), out(p.w, p.h);
+    for (int y = 0; y < p.h; ++y)
+      for (int x = 0; x < p.w; ++x)
+        for (int i = std::max(-radius, -x); i <= std::min(radius, p.w - 1 - x); ++i)
+          tmp.at(x, y) += p.at(x + i, y) * k[size_t(i + radius)];
+    for (int y = 0; y < p.h; ++y)
+      for (int x = 0; x < p.w; ++x)
+        for (int i = std::max(-radius, -y); i <= std::min(radius, p.h - 1 - y); ++i)
+          out.at(x, y) += tmp.at(x, y + i) * k[size_t(i + radius)];
+    return out;
+  };
+  const auto bits = [](const genres::Plane& p) {
+    std::vector<uint64_t> out(p.v.size());
+    std::memcpy(out.data(), p.v.data(), out.size() * sizeof(double));
+    return out;
+  };
+  uint32_t seed = 12345;
+  const auto next = [&seed] {
+    seed = seed * 1664525u + 1013904223u;
+    return seed >> 8;
+  };
+  for (const auto& [w, h] : {std::pair{1, 1}, {3, 2}, {2, 17}, {40, 23}, {9, 61}})
+    for (double sigma : {0.4, 1.0, 2.5, 7.0}) {
+      genres::Plane p(w, h);
+      for (double& v : p.v) {
+        const uint32_t r = next();
+        v = r % 3 == 0 ? 0.0 : r % 3 == 1 ? 1.0 : double(r % 1000) / 999.0;
+      }
+      EXPECT_EQ(bits(plain(p, sigma)), bits(genres::gaussian_blur(p, sigma)))
+          << w << "x" << h << " " << sigma;
+    }
 }
 
 TEST_F(Shapes, CoverageMaskFillsOnlyItsInclusiveRect) {
