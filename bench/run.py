@@ -1,7 +1,8 @@
 #!/usr/bin/python3
 """Converts the benchmark prototypes as whole processes and reports time and memory.
 
-  run.py --pagefold PATH --measure PATH [--runs N] [--only NAME,...] [--work DIR]
+  run.py --pagefold PATH --measure PATH [--runs N] [--only NAME,...] [--alone] [--before PATH]
+         [--work DIR]
   run.py --pagefold PATH --measure PATH --check [--scale small|full] [--sums FILE]
   run.py --pagefold PATH --measure PATH --record [--scale small|full] [--sums FILE]
 
@@ -13,7 +14,13 @@ Timing mode: each prototype (the generated ones and the four shared samples)
 is converted N times (default 7), every run into a fresh output directory, and
 the median wall time, the median CPU time (user + system) and the largest
 peak resident memory are printed next to the targets, then the growth factor
-per doubling of the input. Exit status 1 when a conversion fails.
+per doubling of the input. Exit status 1 when a conversion fails. The first
+line says which plug-ins were beside the command: the ones built beside it,
+or none with --alone (a copy of the command in a directory of its own).
+--before names an earlier build of the command (with its plug-ins beside it,
+when they are to take part): each run converts with it and then with the
+command, in turn, so that a machine whose speed drifts slows both alike, and
+its median time and peak memory are printed before the command's.
 
 --check converts every prototype of the scale once (the many-screen ones
 also as merged windows) and compares a SHA-256 sum over all its output (page
@@ -58,11 +65,13 @@ GROWTH = [
 GROWTH_LIMIT = 2.2
 
 
-def run_once(args, html, out_dir, extra=()):
+def run_once(args, html, out_dir, extra=(), command=None):
     """One whole-process conversion into `out_dir`, through the measuring
     helper: (wall s, cpu s, peak KB, exit status, stdout bytes)."""
     proc = subprocess.run(
-        [args.measure, args.pagefold, html, out_dir, *extra], capture_output=True, check=False
+        [args.measure, command or args.pagefold, html, out_dir, *extra],
+        capture_output=True,
+        check=False,
     )
     err = proc.stderr.rstrip(b"\n")
     head, _, last = err.rpartition(b"\n")
@@ -133,10 +142,7 @@ def check(args, work):
     sums = args.sums or os.path.join(HERE, f"expected-{args.scale}.sha256")
     # The sums are of conversions without plug-ins: a copy of the command in
     # a directory of its own finds none beside it.
-    alone = os.path.join(work, "bin", "pagefold")
-    os.makedirs(os.path.dirname(alone))
-    shutil.copy2(args.pagefold, alone)
-    args.pagefold = alone
+    command_alone(args, work)
     got = digests(args, write_prototypes(work, args.scale), work)
     if args.record:
         with open(sums, "w") as f:
@@ -165,7 +171,33 @@ def fmt_target(name):
     return f"<= {ms:g} ms" + (f", <= {mb:g} MB" if mb else "")
 
 
+PLUGIN_FILES = ["libpagefold_ui_emit.so", "libpagefold_gen_res.so", "libpagefold_gen_res_glyphs.so"]
+
+
+def copy_alone(command, where):
+    """A copy of `command` in the directory `where` of its own, where it
+    finds no plug-in."""
+    alone = os.path.join(where, "pagefold")
+    os.makedirs(where)
+    shutil.copy2(command, alone)
+    return alone
+
+
+def command_alone(args, work):
+    """Points args.pagefold at a copy of the command alone."""
+    args.pagefold = copy_alone(args.pagefold, os.path.join(work, "bin"))
+
+
 def timing(args, work):
+    if args.alone:
+        command_alone(args, work)
+        if args.before:
+            args.before = copy_alone(args.before, os.path.join(work, "before"))
+    for label, command in (("the command", args.pagefold), ("--before", args.before)):
+        if command:
+            here = os.path.dirname(command)
+            found = [f for f in PLUGIN_FILES if os.path.exists(os.path.join(here, f))]
+            print(f"plug-ins beside {label}: " + (", ".join(found) if found else "none"))
     paths = write_prototypes(work, "full")
     runs = [(name, path, ()) for name, path in paths.items()]
     # The many screens once more as merged windows: one root for all pages.
@@ -176,32 +208,45 @@ def timing(args, work):
         runs = [run for run in runs if run[0] in keep]
     results = {}
     failed = False
-    print(f"{'prototype':24s} {'input':>9s} {'wall ms':>9s} {'cpu ms':>9s} {'peak MB':>8s}  target")
+    commands = ([args.before] if args.before else []) + [args.pagefold]
+    before = f"{'before ms':>10s} {'cpu ms':>9s} {'MB':>6s} " if args.before else ""
+    print(
+        f"{'prototype':24s} {'input':>9s} {before}{'wall ms':>9s} {'cpu ms':>9s} {'peak MB':>8s}"
+        "  target"
+    )
     for name, path, extra in runs:
-        walls, cpus, peak = [], [], 0
+        walls = [[] for _ in commands]
+        cpus = [[] for _ in commands]
+        peaks = [0.0 for _ in commands]
         for r in range(args.runs):
-            out_dir = os.path.join(work, f"out-{name}-{r}")
-            os.mkdir(out_dir)
-            wall, cpu, rss, status, _ = run_once(args, path, out_dir, extra)
-            shutil.rmtree(out_dir)
-            if status != 0:
-                failed = True
-                break
-            walls.append(wall * 1000)
-            cpus.append(cpu * 1000)
-            peak = max(peak, rss / 1024)
-        if not walls:
+            for c, command in enumerate(commands):
+                out_dir = os.path.join(work, f"out-{name}-{r}-{c}")
+                os.mkdir(out_dir)
+                wall, cpu, rss, status, _ = run_once(args, path, out_dir, extra, command)
+                shutil.rmtree(out_dir)
+                if status != 0:
+                    failed = True
+                    continue
+                walls[c].append(wall * 1000)
+                cpus[c].append(cpu * 1000)
+                peaks[c] = max(peaks[c], rss / 1024)
+        if not all(walls):
             print(f"{name:24s} FAILED")
             continue
         size = os.path.getsize(path)
-        wall, cpu = statistics.median(walls), statistics.median(cpus)
+        wall, cpu, peak = statistics.median(walls[-1]), statistics.median(cpus[-1]), peaks[-1]
         results[name] = wall
         met = ""
         if name in TARGETS:
             ms, mb = TARGETS[name]
             met = " met" if wall <= ms and (mb is None or peak <= mb) else " MISSED"
+        if args.before:
+            before = (
+                f"{statistics.median(walls[0]):10.2f} {statistics.median(cpus[0]):9.2f} "
+                f"{peaks[0]:6.1f} "
+            )
         print(
-            f"{name:24s} {size / 1024:8.0f}K {wall:9.2f} {cpu:9.2f} {peak:8.1f}  "
+            f"{name:24s} {size / 1024:8.0f}K {before}{wall:9.2f} {cpu:9.2f} {peak:8.1f}  "
             f"{fmt_target(name)}{met}"
         )
     for label, names in GROWTH:
@@ -226,6 +271,8 @@ def main():
     )
     ap.add_argument("--runs", type=int, default=7)
     ap.add_argument("--only", help="comma-separated prototype names")
+    ap.add_argument("--alone", action="store_true", help="time the command without plug-ins")
+    ap.add_argument("--before", help="an earlier build of the command, timed in turn with it")
     ap.add_argument("--check", action="store_true", help="compare output sums")
     ap.add_argument("--record", action="store_true", help="write output sums")
     ap.add_argument("--scale", choices=("small", "full"), default="small")
@@ -234,6 +281,8 @@ def main():
     args = ap.parse_args()
     args.pagefold = os.path.abspath(args.pagefold)
     args.measure = os.path.abspath(args.measure)
+    if args.before:
+        args.before = os.path.abspath(args.before)
     work = args.work or tempfile.mkdtemp(prefix="pagefold-bench-")
     os.makedirs(work, exist_ok=True)
     try:

@@ -10,8 +10,12 @@
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
+#include <functional>
 #include <memory>
+#include <mutex>
+#include <string_view>
 #include <system_error>
+#include <unordered_map>
 
 #include "pagefold/error.hpp"
 
@@ -41,6 +45,91 @@ void write_plain(const std::string& path, const std::string& bytes) {
     std::remove(path.c_str());
     raise_os_error(err ? err : EIO, path);
   }
+}
+
+// The files of pictures encoded lately, by their pixels. A page often draws
+// the same picture many times (the keys of a keyboard, the rows of a list,
+// one shadow under equal cards) under different names, and encoding at zlib
+// level 9 costs far more than drawing; equal pixels give equal bytes, so the
+// bytes are encoded once. Only small pictures are kept, and when the kept
+// bytes would pass the bound everything is dropped: the memory stays small
+// whatever the page. Shared by every conversion of the process, under a lock.
+class EncodedPictures {
+ public:
+  static constexpr size_t kLargestPicture = size_t{256} << 10;
+  static constexpr size_t kBound = size_t{4} << 20;
+
+  static EncodedPictures& shared() {
+    static EncodedPictures pictures;
+    return pictures;
+  }
+
+  static size_t hash(const Image& img) {
+    const std::string_view px(reinterpret_cast<const char*>(img.px.data()), img.px.size());
+    return std::hash<std::string_view>{}(px);
+  }
+
+  bool find(const Image& img, size_t h, std::string& png) {
+    std::lock_guard<std::mutex> lock(mutex_);
+    auto [first, last] = entries_.equal_range(h);
+    for (auto it = first; it != last; ++it)
+      if (it->second.w == img.w && it->second.h == img.h && it->second.px == img.px) {
+        png = it->second.png;
+        return true;
+      }
+    return false;
+  }
+
+  void keep(const Image& img, size_t h, const std::string& png) {
+    if (img.px.size() > kLargestPicture) return;
+    const size_t size = img.px.size() + png.size();
+    std::lock_guard<std::mutex> lock(mutex_);
+    if (bytes_ + size > kBound) {
+      entries_.clear();
+      bytes_ = 0;
+    }
+    entries_.emplace(h, Entry{img.w, img.h, img.px, png});
+    bytes_ += size;
+  }
+
+ private:
+  struct Entry {
+    int w, h;
+    std::vector<uint8_t> px;
+    std::string png;
+  };
+  std::mutex mutex_;
+  std::unordered_multimap<size_t, Entry> entries_;
+  size_t bytes_ = 0;
+};
+
+std::string encode_png_once(const Image& rgba) {
+  SpngPtr ctx(spng_ctx_new(SPNG_CTX_ENCODER), spng_ctx_free);
+  if (!ctx) throw Failure("MemoryError", "cannot create a PNG encoder");
+  spng_ctx* c = ctx.get();
+  check_spng(spng_set_option(c, SPNG_ENCODE_TO_BUFFER, 1), "PNG encoder");
+  // Fixed settings: they decide the bytes, and the bytes must not vary.
+  check_spng(spng_set_option(c, SPNG_IMG_COMPRESSION_LEVEL, 9), "PNG encoder");
+  check_spng(spng_set_option(c, SPNG_IMG_MEM_LEVEL, 9), "PNG encoder");
+  check_spng(spng_set_option(c, SPNG_IMG_WINDOW_BITS, 15), "PNG encoder");
+  check_spng(spng_set_option(c, SPNG_IMG_COMPRESSION_STRATEGY, Z_DEFAULT_STRATEGY), "PNG encoder");
+  check_spng(spng_set_option(c, SPNG_FILTER_CHOICE, SPNG_FILTER_CHOICE_ALL), "PNG encoder");
+  struct spng_ihdr ihdr {};
+  ihdr.width = static_cast<uint32_t>(rgba.w);
+  ihdr.height = static_cast<uint32_t>(rgba.h);
+  ihdr.bit_depth = 8;
+  ihdr.color_type = SPNG_COLOR_TYPE_TRUECOLOR_ALPHA;
+  check_spng(spng_set_ihdr(c, &ihdr), "PNG header");
+  check_spng(
+      spng_encode_image(c, rgba.px.data(), rgba.px.size(), SPNG_FMT_PNG, SPNG_ENCODE_FINALIZE),
+      "PNG encode");
+  size_t size = 0;
+  int err = 0;
+  void* buf = spng_get_png_buffer(c, &size, &err);
+  check_spng(err, "PNG encode");
+  std::string out(static_cast<const char*>(buf), size);
+  std::free(buf);
+  return out;
 }
 
 }  // namespace
@@ -90,32 +179,13 @@ void write_files_atomic(const std::vector<std::pair<std::string, std::string>>& 
 
 std::string encode_png(const Image& rgba) {
   if (rgba.channels != 4) throw ValueError("only RGBA pictures are written as files");
-  SpngPtr ctx(spng_ctx_new(SPNG_CTX_ENCODER), spng_ctx_free);
-  if (!ctx) throw Failure("MemoryError", "cannot create a PNG encoder");
-  spng_ctx* c = ctx.get();
-  check_spng(spng_set_option(c, SPNG_ENCODE_TO_BUFFER, 1), "PNG encoder");
-  // Fixed settings: they decide the bytes, and the bytes must not vary.
-  check_spng(spng_set_option(c, SPNG_IMG_COMPRESSION_LEVEL, 9), "PNG encoder");
-  check_spng(spng_set_option(c, SPNG_IMG_MEM_LEVEL, 9), "PNG encoder");
-  check_spng(spng_set_option(c, SPNG_IMG_WINDOW_BITS, 15), "PNG encoder");
-  check_spng(spng_set_option(c, SPNG_IMG_COMPRESSION_STRATEGY, Z_DEFAULT_STRATEGY), "PNG encoder");
-  check_spng(spng_set_option(c, SPNG_FILTER_CHOICE, SPNG_FILTER_CHOICE_ALL), "PNG encoder");
-  struct spng_ihdr ihdr {};
-  ihdr.width = static_cast<uint32_t>(rgba.w);
-  ihdr.height = static_cast<uint32_t>(rgba.h);
-  ihdr.bit_depth = 8;
-  ihdr.color_type = SPNG_COLOR_TYPE_TRUECOLOR_ALPHA;
-  check_spng(spng_set_ihdr(c, &ihdr), "PNG header");
-  check_spng(
-      spng_encode_image(c, rgba.px.data(), rgba.px.size(), SPNG_FMT_PNG, SPNG_ENCODE_FINALIZE),
-      "PNG encode");
-  size_t size = 0;
-  int err = 0;
-  void* buf = spng_get_png_buffer(c, &size, &err);
-  check_spng(err, "PNG encode");
-  std::string out(static_cast<const char*>(buf), size);
-  std::free(buf);
-  return out;
+  EncodedPictures& pictures = EncodedPictures::shared();
+  const size_t h = EncodedPictures::hash(rgba);
+  std::string png;
+  if (pictures.find(rgba, h, png)) return png;
+  png = encode_png_once(rgba);
+  pictures.keep(rgba, h, png);
+  return png;
 }
 
 Image read_png(const std::string& path) {

@@ -4,15 +4,11 @@
 #include <cmath>
 #include <cstdio>
 
-#include "emoji.hpp"
 #include "files.hpp"
-#include "freetype.hpp"
-#include "glyphs.hpp"
 #include "limits.hpp"
 #include "pagefold/error.hpp"
 #include "pictures.hpp"
 #include "raster.hpp"
-#include "spinner.hpp"
 
 namespace pagefold::genres {
 namespace {
@@ -67,21 +63,30 @@ std::string save(const std::string& d, const std::string& name, const Image& img
 }  // namespace
 
 std::string frame_name(const std::string& base, int64_t i) {
-  char num[24];
+  char num[32];
   std::snprintf(num, sizeof num, "_%02lld.png", static_cast<long long>(i));
   return base + num;
 }
 
-GenResModule::GenResModule(FontPaths paths)
-    : paths_(std::move(paths)),
-      ft_(std::make_unique<FreeType>()),
-      icons_(std::make_unique<IconFont>(*ft_, paths_.icon_font, paths_.icon_names)),
-      emoji_(std::make_unique<EmojiFont>(*ft_, paths_.emoji_font)) {}
+GenResModule::GenResModule(FontPaths paths, GlyphKitFactory make_kit)
+    : paths_(std::move(paths)), make_kit_(std::move(make_kit)) {}
 
-// The fonts go before the FreeType library they were opened with.
-GenResModule::~GenResModule() {
-  emoji_.reset();
-  icons_.reset();
+GenResModule::~GenResModule() = default;
+
+// Made once, by whichever conversion first draws a glyph, an emoji or a
+// spinner; a kit that cannot be made is tried again next time.
+GlyphKit& GenResModule::kit() {
+  std::lock_guard<std::mutex> lock(kit_mutex_);
+  if (!kit_) kit_ = make_kit_(paths_);
+  return *kit_;
+}
+
+GlyphKit* GenResModule::kit_if_any() {
+  try {
+    return &kit();
+  } catch (const std::exception&) {
+    return nullptr;
+  }
 }
 
 std::optional<int64_t> GenResModule::SS_DEFAULT() const { return genres::SS_DEFAULT; }
@@ -163,11 +168,17 @@ std::string GenResModule::to_9patch(const Image& img, int64_t radius, const std:
   return save(d, name, nine_patch(img, radius));
 }
 
+// Neither fails: without the glyph kit's module file a name stays as it is
+// written, so that drawing it reports the missing file.
 std::string GenResModule::glyph_canonical(const std::string& glyph) {
-  return icons_->canonical(glyph);
+  GlyphKit* k = kit_if_any();
+  return k ? k->canonical(glyph) : glyph;
 }
 
-std::vector<std::string> GenResModule::glyph_list() { return IconFont::common_names(); }
+std::vector<std::string> GenResModule::glyph_list() {
+  GlyphKit* k = kit_if_any();
+  return k ? k->common_names() : std::vector<std::string>{};
+}
 
 std::string GenResModule::glyph_icon(const std::string& d, const std::string& name,
                                      const std::string& gname, int64_t size, const Color& color,
@@ -178,7 +189,7 @@ std::string GenResModule::glyph_icon(const std::string& d, const std::string& na
   if (cw <= 0 || ch <= 0) cw = ch = size;
   check_side(cw, "canvas width");
   check_side(ch, "canvas height");
-  return save(d, name, icons_->render(gname, int(size), rgb_of(color), pressed, int(cw), int(ch)));
+  return save(d, name, kit().icon(gname, int(size), rgb_of(color), pressed, int(cw), int(ch)));
 }
 
 std::string GenResModule::emoji_icon_box(const std::string& d, const std::string& name, int64_t w,
@@ -186,7 +197,7 @@ std::string GenResModule::emoji_icon_box(const std::string& d, const std::string
   check_side(w, "width");
   check_side(h, "height");
   if (ch.empty()) throw ValueError("no emoji to draw");
-  return save(d, name, emoji_->render(ch, int(w), int(h)));
+  return save(d, name, kit().emoji(ch, int(w), int(h)));
 }
 
 std::string GenResModule::emoji_icon(const std::string& d, const std::string& name, int64_t size,
@@ -200,8 +211,8 @@ std::string GenResModule::frames_loading_gif(const std::string& d, const std::st
   check_side(size, "spinner size");
   check_frames(n);
   const std::string path = target_path(d, name);
-  write_file_atomic(path,
-                    spinner_gif(int(size), int(n), rgba_of(color.value_or(spinner_default()))));
+  write_file_atomic(
+      path, kit().spinner_gif(int(size), int(n), rgba_of(color.value_or(spinner_default()))));
   return path;
 }
 
@@ -210,16 +221,17 @@ void GenResModule::frames_loading(const std::string& d, const std::string& base,
   check_side(size, "spinner size");
   check_frames(n);
   const Rgba c = rgba_of(color.value_or(spinner_default()));
+  GlyphKit& k = kit();
   std::vector<std::pair<std::string, std::string>> files;
   for (int64_t i = 0; i < n; ++i)
     files.emplace_back(target_path(d, frame_name(base, i)),
-                       encode_png(tint(spinner_frame(int(size), int(i), int(n)),
+                       encode_png(tint(k.spinner_frame(int(size), int(i), int(n)),
                                        {to8(c.r), to8(c.g), to8(c.b)}, c.a)));
   write_files_atomic(files);
 }
 
 size_t GenResModule::emoji_glyph_count(const std::string& text) {
-  return emoji_->glyph_count(text);
+  return kit().emoji_glyph_count(text);
 }
 
 }  // namespace pagefold::genres

@@ -1,6 +1,7 @@
 // The picture module: the converter's picture interface (pagefold::GenRes)
-// drawn with FreeType, HarfBuzz, giflib and libspng. Creating it costs
-// nothing; fonts and name maps are opened on first use.
+// drawn with libspng, and through its glyph kit with FreeType, HarfBuzz and
+// giflib. Creating it costs nothing; the glyph kit is made on first use, and
+// fonts and name maps are opened when they are first needed.
 //
 // Every failure (a missing font, an unreadable file, a bad argument) is thrown
 // as a pagefold::Failure with a clear message, which the converter reports as
@@ -8,27 +9,19 @@
 #pragma once
 
 #include <memory>
+#include <mutex>
 #include <string>
 
+#include "glyph_kit.hpp"
 #include "pagefold/modules.hpp"
 
 namespace pagefold::genres {
 
-class FreeType;
-class IconFont;
-class EmojiFont;
-
-// Where the fonts are: the files of Debian's packages by default.
-struct FontPaths {
-  std::string icon_font =
-      "/usr/share/fonts/truetype/material-design-icons-iconfont/MaterialIcons-Regular.ttf";
-  std::string icon_names = "/usr/share/fonts-material-design-icons-iconfont/scss/_variables.scss";
-  std::string emoji_font = "/usr/share/fonts/truetype/noto/NotoColorEmoji.ttf";
-};
-
 class GenResModule final : public GenRes {
  public:
-  explicit GenResModule(FontPaths paths = FontPaths{});
+  // `make_kit` makes the glyph kit when it is first needed: the kit linked in
+  // by default, the kit's own module file in the plug-in.
+  explicit GenResModule(FontPaths paths = FontPaths{}, GlyphKitFactory make_kit = make_glyph_kit);
   ~GenResModule() override;
 
   std::optional<int64_t> SS_DEFAULT() const override;
@@ -65,10 +58,13 @@ class GenResModule final : public GenRes {
   size_t emoji_glyph_count(const std::string& text);
 
  private:
+  GlyphKit& kit();
+  GlyphKit* kit_if_any();
+
   FontPaths paths_;
-  std::unique_ptr<FreeType> ft_;
-  std::unique_ptr<IconFont> icons_;
-  std::unique_ptr<EmojiFont> emoji_;
+  GlyphKitFactory make_kit_;
+  std::mutex kit_mutex_;
+  std::unique_ptr<GlyphKit> kit_;
 };
 
 // The name of frame `i` of a spinner whose files start with `base`.

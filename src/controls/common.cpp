@@ -50,7 +50,7 @@ Value Controls::_pos(Ctx& ctx, const Attrs& attrs) const {
   const std::string_view style = attr_view(attrs, "style");
   for (int k = 0; k < 4; ++k) {
     if (auto raw = style_value(style, kNames[k])) {
-      if (auto px = parse_px(std::string(*raw))) at[k] = Value(*px);
+      if (auto px = parse_px_in(*raw)) at[k] = Value(*px);
     }
   }
   // Any usable alias overrides the style; the first usable one wins. The
@@ -66,9 +66,9 @@ Value Controls::_pos(Ctx& ctx, const Attrs& attrs) const {
   }();
   for (const auto& [k, names] : aliases) {
     for (const std::string& name : names) {
-      const OptStr v = nonempty_attr(attrs, name);
-      if (!v) continue;
-      if (auto px = parse_px(v)) {
+      const Attr* a = find_attr(attrs, name);
+      if (!a || !a->value || a->value->empty()) continue;
+      if (auto px = parse_px_in(*a->value)) {
         at[k] = Value(*px);
         break;
       }

@@ -148,15 +148,24 @@ std::optional<int64_t> to_dec(const OptStr& color) {
   return num::parse_int(s, 10);
 }
 
-std::optional<int64_t> parse_px(const OptStr& v) {
+namespace {
+
+// parse_px of text already stripped.
+std::optional<int64_t> px_of_stripped(std::string_view t) {
   static const Regex re(R"(^([\d.]+)(?:px?)?$)");
-  const std::string t = text::strip(text_form(v));
   bool ascii = false;
   std::optional<std::string_view> digits = px_digits(t, ascii);
   if (!ascii) {
     if (auto m = re.match(t)) digits = m->group(1);
   }
   if (!digits) return std::nullopt;
+  // Up to 15 plain ASCII digits are their own integer: every such number is
+  // exact as a double, so reading it as one and truncating gives the same.
+  if (ascii && digits->size() <= 15 && digits->find('.') == std::string_view::npos) {
+    int64_t n = 0;
+    for (char c : *digits) n = n * 10 + (c - '0');
+    return n;
+  }
   // Plain ASCII digits with at most one point read directly, correctly
   // rounded like the general reader; everything else goes through it.
   if (ascii && std::count(digits->begin(), digits->end(), '.') <= 1 && *digits != ".") {
@@ -167,6 +176,23 @@ std::optional<int64_t> parse_px(const OptStr& v) {
   }
   // Not caught on purpose: "1.2.3" or "." raise ValueError.
   return checked::trunc(num::to_real(*digits));
+}
+
+}  // namespace
+
+std::optional<int64_t> parse_px(const OptStr& v) {
+  const std::string t = text::strip(text_form(v));
+  return px_of_stripped(t);
+}
+
+std::optional<int64_t> parse_px_in(std::string_view v) {
+  // ASCII text, all but certain, is stripped in place; anything else takes
+  // the general road.
+  if (!is_ascii(v)) return parse_px(std::string(v));
+  size_t b = 0, e = v.size();
+  while (b < e && text::is_space(static_cast<unsigned char>(v[b]))) ++b;
+  while (e > b && text::is_space(static_cast<unsigned char>(v[e - 1]))) --e;
+  return px_of_stripped(v.substr(b, e - b));
 }
 
 Value _num(const OptStr& v, const Value& dflt) {

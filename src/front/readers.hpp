@@ -31,6 +31,8 @@ inline std::string text_form(const OptStr& v) { return v ? *v : std::string("Non
 std::optional<int64_t> to_dec(const OptStr& color);
 // Raises ValueError for a group of digits and dots that is no number.
 std::optional<int64_t> parse_px(const OptStr& v);
+// parse_px of a value that is given, read in place without a copy.
+std::optional<int64_t> parse_px_in(std::string_view v);
 // Integer or real from "12", "12.5px", "-3"; `dflt` when unusable.
 Value _num(const OptStr& v, const Value& dflt = Value(int64_t{0}));
 std::optional<double> _px_num(const OptStr& v);

@@ -221,8 +221,16 @@ class Reader {
       }
       if (c < 0x20) fail("Invalid control character at");
       if (c != '\\') {
-        out.push_back(static_cast<char>(c));
-        ++i_;
+        // The plain run up to the next quote, backslash or control
+        // character is copied at once.
+        size_t end = i_ + 1;
+        while (end < s_.size()) {
+          const unsigned char d = static_cast<unsigned char>(s_[end]);
+          if (d == '"' || d == '\\' || d < 0x20) break;
+          ++end;
+        }
+        out.append(s_.data() + i_, end - i_);
+        i_ = end;
         continue;
       }
       const size_t esc = i_;

@@ -5,6 +5,8 @@
 #include <array>
 #include <charconv>
 #include <cmath>
+#include <cstdint>
+#include <cstring>
 #include <functional>
 #include <string>
 #include <string_view>
@@ -74,15 +76,66 @@ constexpr std::array<bool, 256> kEscaped = [] {
   return t;
 }();
 
+// Whether any of the eight bytes of `w` must be escaped: one below 0x20, a
+// quote or a backslash. Page files are mostly long runs of plain text, which
+// this passes over a word at a time (exact for presence: the classic
+// "has a byte less than n" and "has a zero byte" tests).
+bool word_needs_escape(uint64_t w) {
+  constexpr uint64_t ones = 0x0101010101010101u, highs = 0x8080808080808080u;
+  const auto has_zero = [&](uint64_t x) { return ((x - ones) & ~x & highs) != 0; };
+  return ((w - ones * 0x20) & ~w & highs) != 0 || has_zero(w ^ (ones * '"')) ||
+         has_zero(w ^ (ones * '\\'));
+}
+
+uint64_t load64(const char* p) {
+  uint64_t w;
+  std::memcpy(&w, p, 8);
+  return w;
+}
+
+uint32_t load32(const char* p) {
+  uint32_t w;
+  std::memcpy(&w, p, 4);
+  return w;
+}
+
+// Whether any byte of `s` must be escaped. Most texts of a page are keys and
+// short words: from four bytes on they are tested as whole words, the last
+// one overlapping the one before, without a loop over bytes.
+bool needs_escape(std::string_view s) {
+  const char* p = s.data();
+  const size_t n = s.size();
+  if (n >= 8) {
+    size_t i = 0;
+    for (; i + 8 <= n; i += 8)
+      if (word_needs_escape(load64(p + i))) return true;
+    return i < n && word_needs_escape(load64(p + n - 8));
+  }
+  if (n >= 4) return word_needs_escape(load32(p) | (uint64_t(load32(p + n - 4)) << 32));
+  for (size_t i = 0; i < n; ++i)
+    if (kEscaped[static_cast<unsigned char>(p[i])]) return true;
+  return false;
+}
+
 void write_string(std::string& out, std::string_view s) {
   static const char* hex = "0123456789abcdef";
   out.push_back('"');
+  if (!needs_escape(s)) {
+    out.append(s);
+    out.push_back('"');
+    return;
+  }
   size_t run = 0;  // start of the pending run of plain bytes
-  for (size_t i = 0; i < s.size(); ++i) {
-    const auto c = static_cast<unsigned char>(s[i]);
+  for (size_t i = 0; i < s.size();) {
+    uint64_t w;
+    if (i + 8 <= s.size() && (std::memcpy(&w, s.data() + i, 8), !word_needs_escape(w))) {
+      i += 8;
+      continue;
+    }
+    const auto c = static_cast<unsigned char>(s[i++]);
     if (!kEscaped[c]) continue;
-    out.append(s.data() + run, i - run);
-    run = i + 1;
+    out.append(s.data() + run, i - 1 - run);
+    run = i;
     switch (c) {
       case '"':
         out += "\\\"";

@@ -95,4 +95,36 @@ TEST(Convert, WithoutThePluginTheConversionStillWorks) {
             warnings_with(run.record, "自动转图不可用"));
 }
 
+// Glyphs, emoji and spinners come from a second module file beside the
+// plug-in. A plug-in copied without it still draws its shapes exactly as the
+// whole plug-in does, and each picture that needs the missing file fails with
+// a warning naming it.
+TEST(Convert, ThePluginWithoutItsGlyphModuleDrawsShapesAndNamesTheMissingFile) {
+  testkit::TempDir whole_dir, alone_dir;
+  const std::filesystem::path alone = alone_dir.path() / "plugin";
+  std::filesystem::create_directories(alone);
+  std::filesystem::copy_file(std::filesystem::path(PAGEFOLD_PLUGIN_DIR) / GEN_RES_LIBRARY,
+                             alone / GEN_RES_LIBRARY);
+  const Modules m = Modules::load_from({alone.string()});
+  ASSERT_NE(nullptr, m.gen_res);
+  const auto run = testkit::run_pagefold(alone_dir, kPage, m, std::string("out"), std::nullopt,
+                                         std::string("assets"));
+  const auto whole =
+      testkit::run_pagefold(whole_dir, kPage, Modules::load_from({PAGEFOLD_PLUGIN_DIR}),
+                            std::string("out"), std::nullopt, std::string("assets"));
+  ASSERT_TRUE(run.record.get("success").truthy());
+
+  for (const std::string f : {"grad_hero_0.png", "shadow_card_1.png"})
+    EXPECT_EQ(testkit::read_file(whole_dir.str() + "/assets/" + f),
+              testkit::read_file(alone_dir.str() + "/assets/" + f))
+        << f;
+  EXPECT_EQ(std::vector<std::string>({"grad_hero_0.png", "shadow_card_1.png"}),
+            files_in(alone_dir.str() + "/assets"));
+  // Two icon states each for two icons, two emoji and one spinner.
+  const std::string lib = (alone / "libpagefold_gen_res_glyphs.so").string();
+  const std::string failed = "自动转图失败: cannot load the glyph module '" + lib + "': " + lib +
+                             ": cannot open shared object file: No such file or directory";
+  EXPECT_EQ(std::vector<std::string>(7, failed), warnings_with(run.record, "自动转图失败"));
+}
+
 }  // namespace

@@ -163,6 +163,33 @@ TEST_F(Files, SameInputGivesTheSameBytes) {
         << n;
 }
 
+// Equal pixels are encoded once and their bytes reused; a picture that
+// differs in one byte, or has the same bytes in another shape, or is too
+// large to keep, is encoded for itself: each file reads back as its picture.
+TEST_F(Files, EachPictureIsEncodedAsItselfWhenEqualOnesAreReused) {
+  const auto picture = [](int w, int h) {
+    Image img(w, h, 4);
+    for (size_t i = 0; i < img.px.size(); ++i) img.px[i] = uint8_t((i * 7 + i / 13) & 255);
+    return img;
+  };
+  Image a = picture(40, 30), b = a, c = a, large = picture(300, 300);
+  b.px.back() ^= 1;
+  c.w = 30;
+  c.h = 40;
+  const std::pair<const char*, const Image*> order[] = {
+      {"a1", &a}, {"b1", &b}, {"c1", &c}, {"l1", &large}, {"a2", &a}, {"c2", &c}, {"l2", &large}};
+  for (const auto& [name, img] : order) {
+    const std::string path = tmp.str() + "/" + name + ".png";
+    genres::write_file_atomic(path, genres::encode_png(*img));
+    const Image back = genres::read_png(path);
+    EXPECT_EQ(back.w, img->w) << name;
+    EXPECT_EQ(back.h, img->h) << name;
+    EXPECT_EQ(back.px, img->px) << name;
+  }
+  EXPECT_EQ(testkit::read_file(tmp.str() + "/a1.png"), testkit::read_file(tmp.str() + "/a2.png"));
+  EXPECT_EQ(testkit::read_file(tmp.str() + "/l1.png"), testkit::read_file(tmp.str() + "/l2.png"));
+}
+
 TEST_F(Files, FailedWritesLeaveNothingBehind) {
   const Color red = Color::rgb(255, 0, 0);
   // A directory that cannot be made: a file stands in its way.

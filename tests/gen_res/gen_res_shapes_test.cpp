@@ -4,7 +4,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
+#include <cstring>
 #include <string>
 #include <vector>
 
@@ -88,6 +90,85 @@ TEST_F(Shapes, MasksCoverTheirShapeAtEdgesAndCorners) {
   const int r3 = *gr.coverage_mask(12, 10, 3.0, std::nullopt).at(0, 0);
   EXPECT_GT(r2, r25);
   EXPECT_GT(r25, r3);
+}
+
+// Counting a pixel's samples row by row from both ends gives the count of
+// every sample tested one by one: whole and fractional bounds, no radius, a
+// circle, a radius past half the side, shapes thinner than a pixel or a
+// sample, and shapes partly or wholly off the canvas.
+TEST(SampleCounts, AreTheCountsOfEverySampleTested) {
+  const auto each = [](int w, int h, const genres::RoundRect& s, int ss) {
+    const double r = std::clamp(s.r, 0.0, std::max(std::min(s.x1 - s.x0, s.y1 - s.y0) / 2, 0.0));
+    const auto in = [&](double px, double py) {
+      if (px < s.x0 || px >= s.x1 || py < s.y0 || py >= s.y1) return false;
+      if (r <= 0) return true;
+      const double dx = px - std::clamp(px, s.x0 + r, s.x1 - r);
+      const double dy = py - std::clamp(py, s.y0 + r, s.y1 - r);
+      return dx * dx + dy * dy <= r * r;
+    };
+    std::vector<int> out(size_t(w) * size_t(h), 0);
+    for (int y = 0; y < h; ++y)
+      for (int x = 0; x < w; ++x)
+        for (int j = 0; j < ss; ++j)
+          for (int i = 0; i < ss; ++i)
+            out[size_t(y) * size_t(w) + size_t(x)] += in(x + (i + 0.5) / ss, y + (j + 0.5) / ss);
+    return out;
+  };
+  const genres::RoundRect shapes[] = {{0, 0, 12, 9, 0},           {0, 0, 12, 9, 3},
+                                      {0, 0, 10, 10, 5},          {0, 0, 12, 9, 40},
+                                      {1.3, 0.7, 10.9, 8.2, 2.6}, {4.2, 1.1, 4.9, 8.6, 0.3},
+                                      {2.01, 3.5, 9.5, 3.52, 1},  {-3.5, -2.25, 6.75, 5.5, 4},
+                                      {5, 4, 15.5, 12.5, 6.2},    {3, 3, 3, 7, 1},
+                                      {13, 2, 20, 5, 1},          {-8, -8, -1, -1, 2},
+                                      {11.5, 8.5, 12, 9, 0}};
+  for (const genres::RoundRect& s : shapes)
+    for (int ss : {1, 2, 3, 4, 16})
+      EXPECT_EQ(each(12, 9, s, ss), genres::sample_counts(12, 9, s, ss))
+          << s.x0 << " " << s.y0 << " " << s.x1 << " " << s.y1 << " " << s.r << " ss " << ss;
+}
+
+// The blur adds whole rows tap by tap: every value is bit for bit the plain
+// convolution's, taps beyond the plane left out, for planes narrower and
+// shorter than the kernel, a single pixel, zeros, fractions and a sharp edge.
+TEST(GaussianBlur, IsThePlainConvolutionBitForBit) {
+  const auto plain = [](const genres::Plane& p, double sigma) {
+    const int radius = static_cast<int>(std::ceil(sigma * 3.0));
+    std::vector<double> k(size_t(radius) * 2 + 1);
+    double sum = 0;
+    for (int i = -radius; i <= radius; ++i)
+      sum += k[size_t(i + radius)] = std::exp(-(double(i) * i) / (2.0 * sigma * sigma));
+    for (double& x : k) x /= sum;
+    genres::Plane tmp(p.w, p.h), out(p.w, p.h);
+    for (int y = 0; y < p.h; ++y)
+      for (int x = 0; x < p.w; ++x)
+        for (int i = std::max(-radius, -x); i <= std::min(radius, p.w - 1 - x); ++i)
+          tmp.at(x, y) += p.at(x + i, y) * k[size_t(i + radius)];
+    for (int y = 0; y < p.h; ++y)
+      for (int x = 0; x < p.w; ++x)
+        for (int i = std::max(-radius, -y); i <= std::min(radius, p.h - 1 - y); ++i)
+          out.at(x, y) += tmp.at(x, y + i) * k[size_t(i + radius)];
+    return out;
+  };
+  const auto bits = [](const genres::Plane& p) {
+    std::vector<uint64_t> out(p.v.size());
+    std::memcpy(out.data(), p.v.data(), out.size() * sizeof(double));
+    return out;
+  };
+  uint32_t seed = 12345;
+  const auto next = [&seed] {
+    seed = seed * 1664525u + 1013904223u;
+    return seed >> 8;
+  };
+  for (const auto& [w, h] : {std::pair{1, 1}, {3, 2}, {2, 17}, {40, 23}, {9, 61}})
+    for (double sigma : {0.4, 1.0, 2.5, 7.0}) {
+      genres::Plane p(w, h);
+      for (double& v : p.v) {
+        const uint32_t r = next();
+        v = r % 3 == 0 ? 0.0 : r % 3 == 1 ? 1.0 : double(r % 1000) / 999.0;
+      }
+      EXPECT_EQ(bits(plain(p, sigma)), bits(genres::gaussian_blur(p, sigma)))
+          << w << "x" << h << " " << sigma;
+    }
 }
 
 TEST_F(Shapes, CoverageMaskFillsOnlyItsInclusiveRect) {

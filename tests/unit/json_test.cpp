@@ -35,6 +35,32 @@ TEST(JsonDump, EscapesAndScalars) {
   for (const auto& [v, text] : scalars) EXPECT_EQ(dump(v, 2), text);
 }
 
+// Plain text is passed over eight bytes at a time: every byte that needs an
+// escape is found wherever it stands in a word and at the ends of the text,
+// and its neighbours on either side of each escaped range are left alone.
+TEST(JsonDump, EscapesAreFoundAtEveryPlaceInTheText) {
+  const std::pair<std::string, std::string> bytes[] = {{"\x1f", "\\u001f"},
+                                                       {" ", " "},
+                                                       {"!", "!"},
+                                                       {"\"", "\\\""},
+                                                       {"#", "#"},
+                                                       {"[", "["},
+                                                       {"\\", "\\\\"},
+                                                       {"]", "]"},
+                                                       {std::string(1, '\0'), "\\u0000"},
+                                                       {"\x7f", "\x7f"},
+                                                       {"\xc3\xa9", "\xc3\xa9"}};
+  for (size_t len = 1; len <= 17; ++len)
+    for (size_t at = 0; at < len; ++at)
+      for (const auto& [raw, escaped] : bytes) {
+        const std::string plain(len - 1, 'a');
+        const std::string text = plain.substr(0, at) + raw + plain.substr(at);
+        EXPECT_EQ(dump(Value(text), 2),
+                  "\"" + plain.substr(0, at) + escaped + plain.substr(at) + "\"")
+            << len << " " << at << " " << escaped;
+      }
+}
+
 // Streaming gives the bytes of `dump`, in pieces that stay near 64 KiB
 // however large the whole text grows: deep nesting (whose indentation makes
 // the text grow with the square of the depth), long lists and empty values.
@@ -164,6 +190,26 @@ TEST(JsonParse, KeepsOrderKindsAndEscapes) {
             "{\n \"z\": 5,\n \"a\": [\n  1.0,\n  0,\n  2000.0,\n  0.01,\n  true,\n  null\n ],\n"
             " \"s\": \"中😀\\n/\"\n}");
   EXPECT_EQ(parse_json("-9223372036854775808").as_int(), std::numeric_limits<int64_t>::min());
+}
+
+// Texts are read in runs between escapes; a control character or the end of
+// the text inside a run is reported where it stands.
+TEST(JsonParse, StringsInRunsBetweenEscapes) {
+  EXPECT_EQ(parse_json("[\"ab\\\"c中d\\\\e\", \"\", \"x\\ty\"]"),
+            Value(std::make_shared<Array>(Array{"ab\"c中d\\e", "", "x\ty"})));
+  const std::pair<const char*, const char*> bad[] = {
+      {"\"abc\ndef\"", "Invalid control character at: line 1 column 5 (char 4)"},
+      {"\"abcdef", "Unterminated string starting at: line 1 column 1 (char 0)"},
+      {"[\"ab\\\"c中d\\\\e\", \"x\ty\"]",
+       "Invalid control character at: line 1 column 18 (char 17)"}};
+  for (const auto& [text, message] : bad) {
+    try {
+      parse_json(text);
+      ADD_FAILURE() << text;
+    } catch (const Failure& f) {
+      EXPECT_EQ(f.message(), message) << text;
+    }
+  }
 }
 
 TEST(JsonParse, RefusesMalformedText) {

@@ -135,11 +135,17 @@ TEST(StyleReaders, ScannersAgreeWithThePatterns) {
   EXPECT_EQ(_font_size({{"style", "font-size:\u3000"}}), nullopt);
 }
 
+// Both readers, the copying one and the one that reads in place.
 TEST(ParsePx, ScannerAgreesWithThePattern) {
   const Regex pattern(R"(^([\d.]+)(?:px?)?$)");
-  const std::string values[] = {"0",     "12",  "12px",    "12p",  "12pxx",  "12x",
-                                "px",    "p",   ".",       "1.2",  "1.2.3",  "..",
-                                "12 px", "1２", "１.５px", "12PX", "12\npx", ""};
+  const std::string values[] = {"0", "12", "12px", "12p", "12pxx", "12x", "px", "p", ".", "1.2",
+                                "1.2.3", "..", "12 px", "1２", "１.５px", "12PX", "12\npx", "",
+                                // Around the 15 digits read as an integer
+                                // directly, and past 64 bits.
+                                "999999999999999", "9999999999999999", "000000000000012px",
+                                "9007199254740993", "9223372036854775807", "99999999999999999999",
+                                // Stripped in place, or not ASCII.
+                                " \t12px\x1c", "\u00a012px\u3000"};
   for (const std::string& v : values) {
     OptInt want;
     bool raised = false;
@@ -151,8 +157,10 @@ TEST(ParsePx, ScannerAgreesWithThePattern) {
     }
     if (raised) {
       EXPECT_THROW(parse_px(v), Failure) << v;
+      EXPECT_THROW(parse_px_in(v), Failure) << v;
     } else {
       EXPECT_EQ(parse_px(v), want) << v;
+      EXPECT_EQ(parse_px_in(v), want) << v;
     }
   }
 }
