@@ -6,6 +6,8 @@
 #include <cmath>
 #include <filesystem>
 #include <string>
+#include <thread>
+#include <vector>
 
 #include "files.hpp"
 #include "glyphs.hpp"
@@ -228,6 +230,39 @@ TEST_F(Fonts, MissingFontsFailWhenUsedAndNamesStillRead) {
       no_map.glyph_icon(tmp.str(), "i.png", "home", 24, Color::rgb(0, 0, 0), false, {24, 24}),
       Failure);
   EXPECT_EQ(std::vector<std::string>{}, files_in(tmp.str()));
+}
+
+}  // namespace
+
+namespace {
+
+// One module serves every conversion of a process, also conversions on two
+// threads at once: icons and emoji drawn concurrently are the pictures drawn
+// one after the other.
+TEST(FontsOnThreads, TwoThreadsDrawWhatOneDraws) {
+  genres::GenResModule gr;
+  testkit::TempDir tmp;
+  auto draw = [&](const std::string& dir, int i) {
+    const std::string d = (tmp.path() / dir).string();
+    std::string icon = gr.glyph_icon(d, "i" + std::to_string(i) + ".png", i % 2 ? "home" : "wifi",
+                                     24 + i % 3, Color::rgb(40, 80, 160), i % 2 == 0, {48, 48});
+    std::string emoji = gr.emoji_icon_box(d, "e" + std::to_string(i) + ".png", 40, 40,
+                                          i % 2 ? "\U0001F600" : "\U0001F319");
+    return testkit::read_file(icon) + testkit::read_file(emoji);
+  };
+  std::vector<std::string> one;
+  for (int i = 0; i < 8; ++i) one.push_back(draw("one", i));
+  std::vector<std::string> a(8), b(8);
+  std::thread ta([&] {
+    for (int i = 0; i < 8; ++i) a[i] = draw("a", i);
+  });
+  std::thread tb([&] {
+    for (int i = 0; i < 8; ++i) b[i] = draw("b", i);
+  });
+  ta.join();
+  tb.join();
+  EXPECT_EQ(a, one);
+  EXPECT_EQ(b, one);
 }
 
 }  // namespace
