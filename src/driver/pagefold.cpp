@@ -333,6 +333,17 @@ Finished convert_and_finish(std::string text, const std::optional<std::string>& 
   return done;
 }
 
+// The keys every success record ends with, after its pages: the first
+// page's counts, the warnings, and what the picture stage made.
+void add_record_tail(Value& record, const Finished& done, const std::vector<std::string>& warnings,
+                     const std::optional<std::string>& asset_dir) {
+  add_first_page_counts(record, done.first);
+  record["warnings"] = strings(warnings);
+  record["generatedAssets"] = done.gen_count;
+  record["radButtonGlue"] = done.rad_glue;
+  record["assetDir"] = optional_text(asset_dir);
+}
+
 // The success record of a file conversion.
 Value file_record(const Finished& done, const std::vector<std::string>& json_paths, bool per_page,
                   const std::optional<std::string>& output_json,
@@ -365,11 +376,7 @@ Value file_record(const Finished& done, const std::vector<std::string>& json_pat
       {"mode", done.meta.get("mode")},
       {"pages", page_list},
   });
-  add_first_page_counts(record, done.first);
-  record["warnings"] = strings(warnings);
-  record["generatedAssets"] = done.gen_count;
-  record["radButtonGlue"] = done.rad_glue;
-  record["assetDir"] = optional_text(asset_dir);
+  add_record_tail(record, done, warnings, asset_dir);
   return record;
 }
 
@@ -420,11 +427,7 @@ Value convert_text_record(const std::string& html, const std::optional<std::stri
       {"mode", done.meta.get("mode")},
       {"pages", page_list},
   });
-  add_first_page_counts(record, done.first);
-  record["warnings"] = strings(warnings);
-  record["generatedAssets"] = done.gen_count;
-  record["radButtonGlue"] = done.rad_glue;
-  record["assetDir"] = optional_text(asset_dir);
+  add_record_tail(record, done, warnings, asset_dir);
   return record;
 }
 
